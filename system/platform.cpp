@@ -1,0 +1,53 @@
+// Linux half of the platform layer (see platform.h).
+#include "system/platform.h"
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+namespace qv::platform {
+namespace {
+bool g_testClock = false;
+std::time_t g_testTime = 0;
+}  // namespace
+
+std::time_t now() { return g_testClock ? g_testTime : std::time(nullptr); }
+
+std::tm localTime(std::time_t t) {
+    std::tm out{};
+    localtime_r(&t, &out);
+    return out;
+}
+
+std::time_t makeTime(std::tm& t) { return std::mktime(&t); }
+
+void setTestClock(std::time_t t) {
+    g_testClock = true;
+    g_testTime = t;
+}
+
+void clearTestClock() { g_testClock = false; }
+
+void sleepMs(unsigned ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
+
+std::size_t residentBytes() {
+    std::FILE* f = std::fopen("/proc/self/statm", "r");
+    if (!f) return 0;
+    unsigned long size = 0, resident = 0;
+    int n = std::fscanf(f, "%lu %lu", &size, &resident);
+    std::fclose(f);
+    if (n != 2) return 0;
+    return static_cast<std::size_t>(resident) * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+bool makePath(const std::string& dir) {
+    if (dir.empty()) return true;
+    std::error_code ec;
+    std::filesystem::create_directories(dir, ec);
+    return std::filesystem::is_directory(dir, ec);
+}
+
+}  // namespace qv::platform
