@@ -5,6 +5,12 @@
 #include "qvtools/export.h"
 #include "qvtools/logging.h"
 #include "qvtools/system.h"
-/* QV_FAMILY_HEADERS: one line per family header, in dependency order. */
+#include "qvtools/memory.h"
+#include "qvtools/data.h"
+#include "qvtools/xml.h"
+#include "qvtools/tree.h"
+#include "qvtools/imaging.h"
+#include "qvtools/measure.h"
+#include "qvtools/accounts.h"
 
 #endif
