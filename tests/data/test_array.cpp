@@ -10,7 +10,7 @@
 
 #if defined(__SANITIZE_ADDRESS__)
 // Let a refused huge allocation return null as it does without the sanitizer.
-extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
+extern "C" __attribute__((visibility("default"), used)) const char* __asan_default_options() { return "allocator_may_return_null=1"; }
 #endif
 
 namespace {
