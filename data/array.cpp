@@ -16,28 +16,6 @@ int usableCount(const QVArray* array) {
     return array->count < slots ? array->count : slots;
 }
 
-unsigned char* slotAt(const QVArray* array, int index) {
-    if (!array->values || index < 0 || index >= array->capacity) return nullptr;
-    return static_cast<unsigned char*>(array->values) +
-           static_cast<std::size_t>(index) * static_cast<std::size_t>(array->elementSize);
-}
-
-void* readPointer(const unsigned char* slot, int elementSize) {
-    void* element = nullptr;
-    std::memcpy(&element, slot, elementSize < int(sizeof element) ? elementSize : sizeof element);
-    return element;
-}
-
-void writePointer(unsigned char* slot, int elementSize, const void* element) {
-    std::memcpy(slot, &element, elementSize < int(sizeof element) ? elementSize : sizeof element);
-}
-
-void* elementAt(const QVArray* array, int index) {
-    unsigned char* slot = slotAt(array, index);
-    if (!slot || array->inlineValues) return slot;
-    return readPointer(slot, array->elementSize);
-}
-
 namespace {
 
 std::size_t bytesOf(long long slots, int elementSize) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 
 #include "qvtools/data.h"
@@ -17,24 +18,36 @@ struct SlotLayout {
 };
 SlotLayout slotLayout(int dataType);
 
-// True for the numbers -29..-1 except the unused -23 and -27.
-bool isKnownType(int dataType);
-
 // Slot `index` of an array, or null when the slot lies outside the allocated storage (negative
 // indexes, or indexes at or above the capacity after a shrink below count).
-unsigned char* slotAt(const QVArray* array, int index);
+inline unsigned char* slotAt(const QVArray* array, int index) {
+    if (!array->values || index < 0 || index >= array->capacity) return nullptr;
+    return static_cast<unsigned char*>(array->values) +
+           static_cast<std::size_t>(index) * static_cast<std::size_t>(array->elementSize);
+}
+// The pointer held in a slot of a pointer array (slots narrower than a pointer read as far as
+// they reach), and storing one.
+inline void* readPointer(const unsigned char* slot, int elementSize) {
+    void* element = nullptr;
+    std::memcpy(&element, slot, elementSize < int(sizeof element) ? elementSize : sizeof element);
+    return element;
+}
+inline void writePointer(unsigned char* slot, int elementSize, const void* element) {
+    std::memcpy(slot, &element, elementSize < int(sizeof element) ? elementSize : sizeof element);
+}
 // The element at `index` as GetValue gives it (slot pointer or stored pointer), without the
 // count check and without logging; null for a slot outside the storage.
-void* elementAt(const QVArray* array, int index);
+inline void* elementAt(const QVArray* array, int index) {
+    unsigned char* slot = slotAt(array, index);
+    if (!slot || array->inlineValues) return slot;
+    return readPointer(slot, array->elementSize);
+}
 // Slots that are both counted and allocated: the elements that can be visited safely.
 int usableCount(const QVArray* array);
-// The pointer held in a slot of a pointer array, and storing one.
-void* readPointer(const unsigned char* slot, int elementSize);
-void writePointer(unsigned char* slot, int elementSize, const void* element);
 
 // Writes the text form of a reference node's data (the referenced node) into `text` (512 bytes);
-// returns 0 or a negative code. The property tree installs it; until then reference nodes have
-// no text form.
+// returns 0 or a negative code. The property tree installs it (once, when it is loaded); until
+// then reference nodes have no text form and DataToString treats them as unconvertible.
 using RefNodeTextFn = int (*)(const void* data, char* text);
 void setRefNodeTextHook(RefNodeTextFn fn);
 RefNodeTextFn refNodeTextHook();

@@ -19,10 +19,6 @@ constexpr const char* kTypeNames[29] = {
 
 }  // namespace
 
-bool isKnownType(int dataType) {
-    return dataType <= eNoData && dataType >= eDoublePoint3d && dataType != -23 && dataType != -27;
-}
-
 SlotLayout slotLayout(int dataType) {
     switch (dataType) {
         case eQVRectF:
