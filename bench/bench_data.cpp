@@ -30,11 +30,13 @@ void perElement(benchmark::State& state) {
         static_cast<double>(state.iterations()) * kCount, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-void BM_ArrayAppendValue(benchmark::State& state) {
+// Times appending every input to a new array with `append`; the release is not timed.
+template <typename Append>
+void appendAll(benchmark::State& state, Append append) {
     const std::vector<int>& in = inputs();
     for (auto _ : state) {
         QVArray* array = CreateArray(eInt, 0, 0);
-        for (int i = 0; i < kCount; ++i) AppendValue(array, &in[i]);
+        for (int i = 0; i < kCount; ++i) append(array, in[static_cast<std::size_t>(i)]);
         benchmark::DoNotOptimize(array->values);
         state.PauseTiming();
         ReleaseArray(array, 0);
@@ -43,17 +45,12 @@ void BM_ArrayAppendValue(benchmark::State& state) {
     perElement(state);
 }
 
+void BM_ArrayAppendValue(benchmark::State& state) {
+    appendAll(state, [](QVArray* array, const int& value) { AppendValue(array, &value); });
+}
+
 void BM_ArrayAppendIntValue(benchmark::State& state) {
-    const std::vector<int>& in = inputs();
-    for (auto _ : state) {
-        QVArray* array = CreateArray(eInt, 0, 0);
-        for (int i = 0; i < kCount; ++i) AppendIntValue(array, in[i]);
-        benchmark::DoNotOptimize(array->values);
-        state.PauseTiming();
-        ReleaseArray(array, 0);
-        state.ResumeTiming();
-    }
-    perElement(state);
+    appendAll(state, [](QVArray* array, int value) { AppendIntValue(array, value); });
 }
 
 void BM_VectorPushBack(benchmark::State& state) {

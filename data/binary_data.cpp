@@ -56,12 +56,6 @@ void* allocateFor(int fileSize, const char* kFn) {
     return buffer;
 }
 
-void copyName(char* target, const char* name) {
-    const std::size_t n = name ? strnlen(name, QV_STRING_SIZE - 1) : 0;
-    if (n) std::memcpy(target, name, n);
-    target[n] = '\0';
-}
-
 }  // namespace
 
 QV_EXTERN_C_BEGIN
@@ -73,7 +67,7 @@ QV_API QVBinaryData* CreateBinaryData(void* data, int size, const char* name) {
         return QV_FAIL_NULL(1, QV_ERR_MEMORY, __LINE__, "not enough memory to allocate QVBinaryData");
     record->data = data;
     record->size = size;
-    copyName(record->name, name);
+    qv::data::copyText(record->name, name ? name : "");
     record->ownsData = 0;
     return record;
 }

@@ -11,6 +11,13 @@
 
 namespace qv::data {
 
+// Copies at most 511 characters of `source` and a terminator into a 512-byte `target`.
+inline void copyText(char* target, const char* source) {
+    const std::size_t n = strnlen(source, QV_STRING_SIZE - 1);
+    std::memcpy(target, source, n);
+    target[n] = '\0';
+}
+
 // Element layout of an array of a given type: slot size in bytes and whether values are inline.
 struct SlotLayout {
     int size;

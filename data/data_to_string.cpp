@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <type_traits>
 
 #include "data/data_internal.h"
 #include "logging/frame.h"
@@ -31,6 +32,25 @@ void putReal(char* text, T value, int precision) {
         ftoc(value, precision, text);
     else
         dtoc(value, precision, text);
+}
+
+// The N fields of a point or rectangle of T, each formatted with `format` and separated by
+// ';' (the same text as one format such as "%d;%d"), cut to 511 characters.
+template <typename T, int N>
+void putFields(char* text, const void* data, const char* format) {
+    T fields[N];
+    std::memcpy(fields, data, sizeof fields);
+    std::string out;
+    for (int i = 0; i < N; ++i) {
+        if (i) out += ';';
+        char part[QV_STRING_SIZE];
+        if constexpr (std::is_floating_point_v<T>)
+            std::snprintf(part, sizeof part, format, static_cast<double>(fields[i]));
+        else
+            std::snprintf(part, sizeof part, format, fields[i]);
+        out += part;
+    }
+    copyText(text, out.c_str());
 }
 
 template <typename T>
@@ -67,62 +87,20 @@ QV_API int DataToString(const void* data, int dataType, unsigned precision, char
         case eHexInt: put(text, "%#X", read<unsigned>(data)); return 0;
         case eFloat: putReal(text, read<float>(data), decimals); return 0;
         case eDouble: putReal(text, read<double>(data), decimals); return 0;
-        case eString: {
-            const char* s = static_cast<const char*>(data);
-            const std::size_t n = strnlen(s, QV_STRING_SIZE - 1);
-            std::memcpy(text, s, n);
-            text[n] = '\0';
-            return 0;
-        }
-        case eIntPoint2d: {
-            const auto p = read<QVPoint2i>(data);
-            put(text, "%d;%d", p.x, p.y);
-            return 0;
-        }
-        case eIntPoint3d: {
-            const auto p = read<QVPoint3i>(data);
-            put(text, "%d;%d;%d", p.x, p.y, p.z);
-            return 0;
-        }
+        case eString: copyText(text, static_cast<const char*>(data)); return 0;
+        case eIntPoint2d: putFields<int, 2>(text, data, "%d"); return 0;
+        case eIntPoint3d: putFields<int, 3>(text, data, "%d"); return 0;
+        case eQVRect: putFields<int, 4>(text, data, "%d"); return 0;
         // "%6f" is a field width of six with the default six decimals, as intended.
-        case eFloatPoint2d: {
-            const auto p = read<QVPoint2f>(data);
-            put(text, "%6f;%6f", double(p.x), double(p.y));
-            return 0;
-        }
-        case eFloatPoint3d: {
-            const auto p = read<QVPoint3f>(data);
-            put(text, "%6f;%6f;%6f", double(p.x), double(p.y), double(p.z));
-            return 0;
-        }
-        case eDoublePoint2d: {
-            const auto p = read<QVPoint2d>(data);
-            put(text, "%6f;%6f", p.x, p.y);
-            return 0;
-        }
-        case eDoublePoint3d: {
-            const auto p = read<QVPoint3d>(data);
-            put(text, "%6f;%6f;%6f", p.x, p.y, p.z);
-            return 0;
-        }
-        case eQVRect: {
-            const auto r = read<QVRect>(data);
-            put(text, "%d;%d;%d;%d", r.x, r.y, r.width, r.height);
-            return 0;
-        }
-        case eQVRectF: {
-            const auto r = read<QVRectF>(data);
-            put(text, "%.6f;%.6f;%.6f;%.6f", double(r.x), double(r.y), double(r.width),
-                double(r.height));
-            return 0;
-        }
+        case eFloatPoint2d: putFields<float, 2>(text, data, "%6f"); return 0;
+        case eFloatPoint3d: putFields<float, 3>(text, data, "%6f"); return 0;
+        case eDoublePoint2d: putFields<double, 2>(text, data, "%6f"); return 0;
+        case eDoublePoint3d: putFields<double, 3>(text, data, "%6f"); return 0;
+        case eQVRectF: putFields<float, 4>(text, data, "%.6f"); return 0;
         case eQVPropertyList: std::strcpy(text, "PropertyList"); return 0;
         case eQVBinaryData: {
             const auto* bin = static_cast<const QVBinaryData*>(data);
-            // The name only for a record that holds bytes.
-            const std::size_t n = bin->size > 0 ? strnlen(bin->name, QV_STRING_SIZE - 1) : 0;
-            std::memcpy(text, bin->name, n);
-            text[n] = '\0';
+            copyText(text, bin->size > 0 ? bin->name : "");  // the name only for a record with bytes
             return 0;
         }
         case eQVArray: {

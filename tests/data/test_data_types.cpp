@@ -132,6 +132,9 @@ TEST_F(DataTypes, PointsAndRectanglesAsText) {
     EXPECT_EQ(text(&r, eQVRect), "1;2;3;4");
     const QVRectF rf = QV_CreateRectF(0.5f, 1.0f, 2.0f, -4.0f);
     EXPECT_EQ(text(&rf, eQVRectF), "0.500000;1.000000;2.000000;-4.000000");
+    // Two 309-digit numbers do not fit: the text is cut at 511 characters.
+    const QVPoint2d huge = QV_CreatePoint2d(1e308, -1e308);
+    EXPECT_EQ(text(&huge, eDoublePoint2d).size(), 511u);
     // The precision applies to floats and doubles only.
     EXPECT_EQ(text(&p2f, eFloatPoint2d, 1), "1.500000;2.000000");
 }
