@@ -25,8 +25,7 @@ std::size_t bytesOf(long long slots, int elementSize) {
 }
 
 // Grows by the append rule (8 slots, then twice the capacity) until the slot at `count` exists.
-int growForAppend(QVArray* array) {
-    constexpr const char* kFn = "AppendValue";
+int growForAppend(QVArray* array, const char* kFn) {
     while (array->count >= array->capacity) {
         long long next = array->capacity < 1 ? 8 : 2LL * array->capacity;
         if (next > INT_MAX) next = INT_MAX;
@@ -42,8 +41,10 @@ int growForAppend(QVArray* array) {
 
 }  // namespace
 
-int appendElement(QVArray* array, const void* value) {
+int appendElement(QVArray* array, const void* value, const char* kFn) {
     const int size = array->elementSize;
+    // Only a hand-made record can have such a size; nothing could be stored in its slots.
+    if (size < 1) return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "array has invalid element size %d", size);
     unsigned char saved[QV_STRING_SIZE];
     if (array->count >= array->capacity) {
         // A value inside the array's own storage (an element being appended again) must
@@ -55,7 +56,7 @@ int appendElement(QVArray* array, const void* value) {
             std::memcpy(saved, value, static_cast<std::size_t>(size));
             value = saved;
         }
-        if (int rc = growForAppend(array)) return rc;
+        if (int rc = growForAppend(array, kFn)) return rc;
     }
     unsigned char* slot = slotAt(array, array->count);
     if (!array->inlineValues) {
@@ -160,11 +161,13 @@ QV_API int ResizeArray(QVArray* array, int newCapacity) {
     if (!array || newCapacity < 1)
         return QV_FAIL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "array is NULL or new Size < 1");
     if (newCapacity == array->capacity) return 0;
+    if (array->elementSize < 1)  // a hand-made record: its slots would take no bytes
+        return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "array has invalid element size %d", array->elementSize);
     const int oldCapacity = array->capacity > 0 ? array->capacity : 0;
     void* storage = array->values
                         ? std::realloc(array->values, qv::data::bytesOf(newCapacity, array->elementSize))
                         : std::calloc(static_cast<std::size_t>(newCapacity),
-                                      static_cast<std::size_t>(array->elementSize > 0 ? array->elementSize : 1));
+                                      static_cast<std::size_t>(array->elementSize));
     if (!storage) {
         QV_FAIL(0, QV_ERR_MEMORY, __LINE__, "could not realloc memory");
         // The zeroing and the new capacity are carried out on the old storage all the same,
@@ -183,14 +186,14 @@ QV_API int ResizeArray(QVArray* array, int newCapacity) {
 QV_API int AppendValue(QVArray* array, const void* value) {
     constexpr const char* kFn = "AppendValue";
     QV_CHECK_NULL(array, __LINE__, "array is NULL");
-    return qv::data::appendElement(array, value);
+    return qv::data::appendElement(array, value, kFn);
 }
 
 QV_API int AppendIntValue(QVArray* array, int value) {
     constexpr const char* kFn = "AppendIntValue";
     if (!array || array->dataType != eInt || !array->inlineValues)
         return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "invalid array pointer or array data type");
-    return qv::data::appendElement(array, &value);
+    return qv::data::appendElement(array, &value, kFn);
 }
 
 QV_API int AppendArray(QVArray* destination, const QVArray* source) {
@@ -204,7 +207,7 @@ QV_API int AppendArray(QVArray* destination, const QVArray* source) {
     // The count is taken first, so that appending an array to itself doubles it once.
     const int n = source->count;
     for (int i = 0; i < n; ++i)
-        if (int rc = qv::data::appendElement(destination, qv::data::elementAt(source, i))) return rc;
+        if (int rc = qv::data::appendElement(destination, qv::data::elementAt(source, i), kFn)) return rc;
     return 0;
 }
 

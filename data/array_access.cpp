@@ -24,6 +24,8 @@ QV_API int SetValue(QVArray* array, int index, const void* value) {
         return QV_FAIL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "val index is out of range");
     unsigned char* slot = qv::data::slotAt(array, index);
     if (!slot) return QV_ERR_NULL_ARGUMENT;  // outside the storage: nothing is written
+    if (array->elementSize < 1)
+        return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "array has invalid element size %d", array->elementSize);
     const auto size = static_cast<std::size_t>(array->elementSize);
     if (!array->inlineValues)
         qv::data::writePointer(slot, array->elementSize, value);

@@ -385,7 +385,7 @@ QV_API int QVReadArrayData(QVArray* array, const char* text, char separator) {
                 if (pointer) std::memcpy(pointer, element, size);
                 ok = pointer != nullptr;
             }
-            ok = ok && qv::data::appendElement(array, pointers ? pointer : element) == 0;
+            ok = ok && qv::data::appendElement(array, pointers ? pointer : element, kFn) == 0;
             if (!ok && pointer) std::free(pointer);
         }
         if (!ok) {

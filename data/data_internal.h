@@ -59,8 +59,9 @@ using RefNodeTextFn = int (*)(const void* data, char* text);
 void setRefNodeTextHook(RefNodeTextFn fn);
 RefNodeTextFn refNodeTextHook();
 
-// Appends one element as AppendValue does, for callers that have checked the array.
-int appendElement(QVArray* array, const void* value);
+// Appends one element as AppendValue does, for callers that have checked the array; failures
+// are logged under the export `kFn`.
+int appendElement(QVArray* array, const void* value, const char* kFn);
 
 // The text of the array's elements as QVWriteArrayData writes it, appended to `out`; 0, or a
 // negative code logged under the export `kFn`.

@@ -116,6 +116,15 @@ TEST_F(Array, AppendFailures) {
     EXPECT_FAILED(1, -5, "AppendIntValue", "invalid array pointer or array data type");
     EXPECT_EQ(doubles->count, 0);
     ReleaseArray(doubles, 0);
+    // A hand-made record without element size is refused instead of written to.
+    QVArray bare{};
+    bare.dataType = eInt;
+    bare.inlineValues = 1;
+    EXPECT_EQ(AppendIntValue(&bare, 1), -5);
+    EXPECT_FAILED(1, -5, "AppendIntValue", "array has invalid element size 0");
+    EXPECT_EQ(ResizeArray(&bare, 4), -5);
+    EXPECT_FAILED(1, -5, "ResizeArray", "array has invalid element size 0");
+    EXPECT_EQ(bare.values, nullptr);
 }
 
 TEST_F(Array, IndexCheckHasNoLowerBoundButNeverLeavesTheStorage) {
