@@ -40,6 +40,7 @@ QV_API int ArrayContainsInt(const QVArray* array, int value) {
     constexpr const char* kFn = "ArrayContainsInt";
     if (!array) return QV_FAIL_VAL(0, 1, QV_ERR_NULL_ARGUMENT, __LINE__, "array is NULL");
     const int n = qv::data::usableCount(array);
+    if (n == 0) return 0;
     const auto* end = static_cast<const unsigned char*>(array->values) +
                       static_cast<std::size_t>(array->capacity) * static_cast<std::size_t>(array->elementSize);
     for (int i = 0; i < n; ++i) {

@@ -45,8 +45,6 @@ typedef enum QVDataType {
     eDoublePoint3d = -29
 } QVDataType;
 
-/* Capacity of one eString element, terminator included: longer texts are cut to 511 chars. */
-#define QV_STRING_ELEMENT_SIZE QV_STRING_SIZE
 /* Room GetDataTypeStr needs: the longest type name has 12 characters. */
 #define QV_TYPE_NAME_SIZE 13
 
