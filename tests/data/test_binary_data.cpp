@@ -184,19 +184,4 @@ TEST_F(BinaryData, ReadBinaryFailures) {
     ReleaseBinaryData(bin, 1);
 }
 
-TEST_F(BinaryData, WrittenBytesReadBackUnchanged) {
-    std::vector<unsigned char> bytes(1000);
-    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(i * 7);
-    QVBinaryData* out = CreateBinaryData(bytes.data(), 1000, "blob.bin");
-    ASSERT_EQ(WriteBinaryData(out, dirWithSlash().c_str()), 1000);
-    QVBinaryData* in = ReadBinaryData(tempDir().string().c_str(), "blob.bin");
-    ASSERT_NE(in, nullptr);
-    ASSERT_EQ(in->size, 1000);
-    EXPECT_EQ(std::vector<unsigned char>(static_cast<unsigned char*>(in->data),
-                                         static_cast<unsigned char*>(in->data) + 1000),
-              bytes);
-    ReleaseBinaryData(in, 1);
-    ReleaseBinaryData(out, 0);
-}
-
 }  // namespace

@@ -139,23 +139,6 @@ TEST_F(DataTypes, PointsAndRectanglesAsText) {
     EXPECT_EQ(text(&p2f, eFloatPoint2d, 1), "1.500000;2.000000");
 }
 
-TEST_F(DataTypes, ConstructorsFillFieldsInArgumentOrder) {
-    const QVRect r = QV_CreateRect(1, 2, 3, 4);
-    EXPECT_EQ(r.x, 1);
-    EXPECT_EQ(r.y, 2);
-    EXPECT_EQ(r.width, 3);
-    EXPECT_EQ(r.height, 4);
-    const QVRectF rf = QV_CreateRectF(5, 6, 7, 8);
-    EXPECT_EQ(rf.x, 5);
-    EXPECT_EQ(rf.height, 8);
-    const QVPoint3d p = QV_CreatePoint3d(1.5, 2.5, 3.5);
-    EXPECT_EQ(p.x, 1.5);
-    EXPECT_EQ(p.y, 2.5);
-    EXPECT_EQ(p.z, 3.5);
-    static_assert(sizeof(QVRect) == 16 && sizeof(QVRectF) == 16 && sizeof(QVPoint3i) == 12);
-    static_assert(sizeof(QVPoint2d) == 16 && sizeof(QVPoint3d) == 24);
-}
-
 TEST_F(DataTypes, ContainersAndTextsAsText) {
     char element[QV_STRING_SIZE] = "hello; world";
     EXPECT_EQ(text(element, eString), "hello; world");
