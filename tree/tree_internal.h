@@ -3,6 +3,7 @@
 // searches and the bulk operations. Nothing here is exported.
 #pragma once
 
+#include <cstdlib>
 #include <vector>
 
 #include "qvtools/tree.h"
@@ -24,6 +25,16 @@ void setBothNames(QVTreeNode* node, const char* name, const char* kFn);
 void copyName(char* field, const char* text);
 
 // ---- child slots ----
+// The first child slots of a node are allocated in one block with the node record (they follow
+// it), which halves the allocations of a tree. Such slots are never reallocated or freed on
+// their own: resizeChildren moves them to a block of their own, freeChildren frees only that.
+inline QVTreeNode** embeddedSlots(QVTreeNode* node) {
+    return reinterpret_cast<QVTreeNode**>(node + 1);
+}
+inline void freeChildren(QVTreeNode* node) {
+    if (node->children != embeddedSlots(node)) std::free(node->children);
+    node->children = nullptr;
+}
 // Reallocates the slots of `parent` to `newSize` and zeroes the new ones. False (logged -3
 // under kFn) when the memory cannot be had; the old slots are then kept.
 bool resizeChildren(QVTreeNode* parent, int newSize, const char* kFn);
