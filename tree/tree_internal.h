@@ -93,8 +93,17 @@ QVTreeNode* findByIdDepthFirst(QVTreeNode* node, int id, unsigned flags);
 class RefPath {
 public:
     bool contains(const QVTreeNode* node) const;
-    void push(const QVTreeNode* node) { m_nodes.push_back(node); }
-    void pop() { m_nodes.pop_back(); }
+    // Keeps `node` on the path for the lifetime of the step (one level of the walk).
+    class Step {
+    public:
+        Step(RefPath& path, const QVTreeNode* node) : m_path(path) { path.m_nodes.push_back(node); }
+        ~Step() { m_path.m_nodes.pop_back(); }
+        Step(const Step&) = delete;
+        Step& operator=(const Step&) = delete;
+
+    private:
+        RefPath& m_path;
+    };
 
 private:
     std::vector<const QVTreeNode*> m_nodes;
