@@ -26,23 +26,23 @@ bool rowsInside(int top, int left, int rows, int cols, int stride, int size) {
 
 extern "C" {
 
-QVImage* ImageFromRoi(const QVImage* image, void* /*unused*/, const QVImageRect* rect) {
+QVImage* ImageFromRoi(const QVImage* image, void* /*unused*/, const QVRect* rect) {
     constexpr const char* kFn = "ImageFromRoi";
     if (!image || !image->data)
         return QV_FAIL_NULL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "image or image data to copy is NULL or roi is invalid");
-    const QVImageRect& roi = image->roi;
+    const QVRect& roi = image->roi;
     const int size = pixelCount(image->width, image->height);
 
     if (rect) {
-        const bool valid = mul32(rect->width, add32(rect->top, rect->height)) <= sub32(size, 1) &&
-                           add32(rect->left, rect->width) <= roi.width &&
-                           add32(rect->top, rect->height) <= roi.height;
+        const bool valid = mul32(rect->width, add32(rect->y, rect->height)) <= sub32(size, 1) &&
+                           add32(rect->x, rect->width) <= roi.width &&
+                           add32(rect->y, rect->height) <= roi.height;
         if (!valid) return QV_FAIL_NULL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "roi is invalid");
         const int cols = std::min(rect->width, roi.width > 0 ? roi.width : image->width);
-        const int rows = std::min(rect->height, sub32(roi.height >= 1 ? roi.height : image->height, rect->top));
+        const int rows = std::min(rect->height, sub32(roi.height >= 1 ? roi.height : image->height, rect->y));
         // Rows are read with the roi's width as stride; refuse a rectangle that would read
         // outside the source buffer (negative left or top, or a roi larger than the image).
-        if (rows >= 1 && cols >= 1 && !rowsInside(rect->top, rect->left, rows, cols, roi.width, size))
+        if (rows >= 1 && cols >= 1 && !rowsInside(rect->y, rect->x, rows, cols, roi.width, size))
             return QV_FAIL_NULL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "roi is invalid");
         QVImage* crop = CreateImage(nullptr, cols, rows, 0);
         if (rows < 1 || !crop) return crop;
@@ -51,7 +51,7 @@ QVImage* ImageFromRoi(const QVImage* image, void* /*unused*/, const QVImageRect*
             return QV_FAIL_NULL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "image or image data is NULL, insufficient memory?");
         }
         for (int r = 0; r < rows; ++r) {
-            const std::int64_t from = (std::int64_t{r} + rect->top) * roi.width + rect->left;
+            const std::int64_t from = (std::int64_t{r} + rect->y) * roi.width + rect->x;
             std::memcpy(crop->data + static_cast<std::int64_t>(r) * cols, image->data + from,
                         static_cast<std::size_t>(cols) * sizeof(short));
         }
@@ -62,9 +62,9 @@ QVImage* ImageFromRoi(const QVImage* image, void* /*unused*/, const QVImageRect*
     if (count < 1) return QV_FAIL_NULL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "roi is invalid");
     // Only whole rows can be copied in one block. Checked before the new image is made, so that
     // nothing is left allocated on this path.
-    if (roi.left != 0) return QV_FAIL_NULL(1, QV_ERR_ARGUMENT, __LINE__, "roi.left != 0 not supported");
-    // The block starts at roi.top x roi.width; refuse one that reaches outside the source.
-    const std::int64_t from = std::int64_t{roi.top} * roi.width;
+    if (roi.x != 0) return QV_FAIL_NULL(1, QV_ERR_ARGUMENT, __LINE__, "roi.left != 0 not supported");
+    // The block starts at roi.y x roi.width; refuse one that reaches outside the source.
+    const std::int64_t from = std::int64_t{roi.y} * roi.width;
     if (from < 0 || from + count > size) return QV_FAIL_NULL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "roi is invalid");
     QVImage* crop = CreateImage(nullptr, roi.width, roi.height, 0);
     if (!crop || !crop->data) {
@@ -105,15 +105,15 @@ int CopyImageData(const QVImage* source, QVImage* destination) {
     return 0;
 }
 
-int ImageRoiContainsRoi(const QVImage* image, const QVImageRect* rect) {
+int ImageRoiContainsRoi(const QVImage* image, const QVRect* rect) {
     constexpr const char* kFn = "ImageRoiContainsRoi";
     if (!image) return QV_FAIL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "input image is NULL");
     if (!rect) return QV_FAIL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "input roi is NULL");
-    const QVImageRect& roi = image->roi;
-    if (rect->top < 0 || rect->left < 0 || rect->left < roi.left ||
-        add32(rect->left, rect->width) > add32(roi.left, roi.width) || rect->top < roi.top)
+    const QVRect& roi = image->roi;
+    if (rect->y < 0 || rect->x < 0 || rect->x < roi.x ||
+        add32(rect->x, rect->width) > add32(roi.x, roi.width) || rect->y < roi.y)
         return 0;
-    return add32(rect->top, rect->height) <= add32(roi.top, roi.height) ? 1 : 0;
+    return add32(rect->y, rect->height) <= add32(roi.y, roi.height) ? 1 : 0;
 }
 
 }  // extern "C"

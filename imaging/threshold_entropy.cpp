@@ -106,15 +106,19 @@ int thresholdShanbhag(const std::uint32_t* hist) {
     double best = DBL_MAX;
     int threshold = -1;
     for (int t = first; t <= last; ++t) {
+        // Empty bins add p = 0 times a finite logarithm, nothing, as long as the class sums are
+        // positive; a class sum rounded to 0 or below turns their terms into NaN, so then every
+        // bin is visited.
         const double a1 = 0.5 / P1[t];
         double back = 0.0;
         for (int i = 1; i <= t; ++i)
             if (hist[i] != 0) back -= p[i] * std::log(1.0 - a1 * P1[i - 1]);
         back *= a1;
         const double b = 0.5 / P2[t];
+        const bool skipEmpty = P2[t] > 0.0;
         double object = 0.0;
         for (int i = t + 1; i < kBins; ++i)
-            if (hist[i] != 0) object -= p[i] * std::log(1.0 - b * P2[i]);
+            if (hist[i] != 0 || !skipEmpty) object -= p[i] * std::log(1.0 - b * P2[i]);
         object *= b;
         const double difference = std::fabs(back - object);
         if (difference < best) {
@@ -206,31 +210,47 @@ int thresholdRenyiEntropy(const std::uint32_t* hist) {
             tb = t;
         }
     }
-    // Order 0.5: 1 / (1 - 0.5) = 2 times the log of the product of the root sums.
-    int ta = 0;
-    best = 0.0;
+    // Orders 0.5 and 2 in one pass over t: the criterion of order 0.5 is 1 / (1 - 0.5) = 2 times
+    // the log of the product of the sums of roots, that of order 2 is 1 / (1 - 2) = -1 times the
+    // log of the product of the sums of squares.
+    // An empty bin adds sqrt(0) = 0 and 0 squared, nothing, unless its class sum is 0, where it
+    // adds 0 / 0 = NaN and an occupied bin adds an infinity. Only the object class sum P2 can be 0
+    // in first..last, and then its sums are known without visiting the bins.
+    bool emptyAbove[kBins];  // some bin above t is empty
+    emptyAbove[kBins - 1] = false;
+    for (int t = kBins - 2; t >= 0; --t) emptyAbove[t] = emptyAbove[t + 1] || hist[t + 1] == 0;
+
+    int ta = 0, tc = 0;
+    double bestA = 0.0, bestC = 0.0;
     for (int t = first; t <= last; ++t) {
-        double back = 0.0, object = 0.0;
-        for (int i = 0; i <= t; ++i) back += std::sqrt(p[i] / P1[t]);
-        for (int i = t + 1; i < kBins; ++i) object += std::sqrt(p[i] / P2[t]);
-        const double product = back * object;
-        const double crit = 2.0 * (product > 0.0 ? std::log(product) : 0.0);
-        if (crit > best) {
-            best = crit;
+        double backRoots = 0.0, backSquares = 0.0;
+        for (int i = 0; i <= t; ++i)
+            if (hist[i] != 0) {
+                const double q = p[i] / P1[t];
+                backRoots += std::sqrt(q);
+                backSquares += q * q;
+            }
+        double objectRoots = 0.0, objectSquares = 0.0;
+        if (P2[t] != 0.0) {
+            for (int i = t + 1; i < kBins; ++i)
+                if (hist[i] != 0) {
+                    const double q = p[i] / P2[t];
+                    objectRoots += std::sqrt(q);
+                    objectSquares += q * q;
+                }
+        } else if (t < kBins - 1) {
+            objectRoots = objectSquares = emptyAbove[t] ? std::nan("") : HUGE_VAL;
+        }
+        const double roots = backRoots * objectRoots;
+        const double critA = 2.0 * (roots > 0.0 ? std::log(roots) : 0.0);
+        if (critA > bestA) {
+            bestA = critA;
             ta = t;
         }
-    }
-    // Order 2: 1 / (1 - 2) = -1 times the log of the product of the square sums.
-    int tc = 0;
-    best = 0.0;
-    for (int t = first; t <= last; ++t) {
-        double back = 0.0, object = 0.0;
-        for (int i = 0; i <= t; ++i) back += (p[i] / P1[t]) * (p[i] / P1[t]);
-        for (int i = t + 1; i < kBins; ++i) object += (p[i] / P2[t]) * (p[i] / P2[t]);
-        const double product = back * object;
-        const double crit = -1.0 * (product > 0.0 ? std::log(product) : 0.0);
-        if (crit > best) {
-            best = crit;
+        const double squares = backSquares * objectSquares;
+        const double critC = -1.0 * (squares > 0.0 ? std::log(squares) : 0.0);
+        if (critC > bestC) {
+            bestC = critC;
             tc = t;
         }
     }

@@ -9,25 +9,17 @@
 #ifndef QVTOOLS_IMAGING_H
 #define QVTOOLS_IMAGING_H
 
+#include "qvtools/data.h"
 #include "qvtools/export.h"
 
 /* OpenCV's image header (IplImage, opencv2/core/types_c.h). */
 struct _IplImage;
 
-/* A rectangle of pixels: left column, top row, width and height, all signed 32-bit. Used for the
- * region of interest of an image and for the rectangles given to ImageFromRoi and
- * ImageRoiContainsRoi. */
-typedef struct QVImageRect {
-    int left;
-    int top;
-    int width;
-    int height;
-} QVImageRect;
-
 /* A grey-value image. Allocated zero-filled by the library and released only by ReleaseImage.
  * The record owns its pixel buffer, also a buffer adopted from the caller, and frees it with the
  * C runtime's free. The buffer holds width x height pixels, row after row (the product taken in
- * 32-bit signed arithmetic). Every function that sets the image size sets roi to
+ * 32-bit signed arithmetic). Rectangles (QVRect) given to the functions below are read as left
+ * column (x), top row (y), width and height. Every function that sets the image size sets roi to
  * (0, 0, width, height), except ResizeImage on an existing image, which keeps the roi. */
 typedef struct QVImage {
     int tag;          /* caller-defined value, never interpreted by the library */
@@ -36,7 +28,7 @@ typedef struct QVImage {
     int width;        /* pixels per row */
     int aux1;         /* caller-defined; zero at creation, copied only by CloneImage */
     int aux2;         /* caller-defined; zero at creation, copied only by CloneImage */
-    QVImageRect roi;  /* region of interest */
+    QVRect roi;       /* region of interest: x is its left column, y its top row */
 } QVImage;
 
 QV_EXTERN_C_BEGIN
@@ -72,7 +64,7 @@ QV_API int ReleaseImage(QVImage* image);
 /* Gives an image new pixels of width x height. copy nonzero: the buffer is reused when the size
  * already matches, else reallocated, and the caller's pixels are copied; copy 0: the old buffer
  * is freed and the caller's (malloc'ed) buffer adopted. Sets width, height, roi.width and
- * roi.height; roi.left and roi.top are kept. Returns 0, -2 "image or image data is NULL",
+ * roi.height; roi.x and roi.y are kept. Returns 0, -2 "image or image data is NULL",
  * -5 "height or width invalid" (width x height < 1; image untouched), or -3 "could not
  * (re)allocate specified image data" when the copy buffer cannot be had (image untouched). */
 QV_API int SetImageData(QVImage* image, int width, int height, short* pixels, int copy);
@@ -83,17 +75,17 @@ QV_API int SetImageData(QVImage* image, int width, int height, short* pixels, in
 QV_API QVImage* CloneImage(const QVImage* image, int tag);
 
 /* Copies a region into a new image. `unused` is ignored.
- * With `rect`: valid only when rect.width x (rect.top + rect.height) <= width x height - 1,
- * rect.left + rect.width <= roi.width and rect.top + rect.height <= roi.height, else null after
+ * With `rect`: valid only when rect.width x (rect.y + rect.height) <= width x height - 1,
+ * rect.x + rect.width <= roi.width and rect.y + rect.height <= roi.height, else null after
  * -2 "roi is invalid". Rows are read with the stride roi.width (not width), starting at pixel
- * (top + r) x roi.width + left. A rectangle whose rows would be read outside the source buffer is
+ * (rect.y + r) x roi.width + rect.x. A rectangle whose rows would be read outside the source buffer is
  * also refused with -2 "roi is invalid". The new image is clipped to the roi; with no rows left
  * it is null (after CreateImage's message).
  * Without `rect`: copies the image's own roi (whole rows only) in one block from pixel
- * roi.top x roi.width. Null after -2 "roi is invalid" (empty roi), -5 "roi.left != 0 not
- * supported", or -2 "image or image data is NULL, insufficient memory?".
+ * roi.y x roi.width. Null after -2 "roi is invalid" (empty roi), -5 "roi.left != 0 not
+ * supported" (roi.x not 0), or -2 "image or image data is NULL, insufficient memory?".
  * Null image or pixels: -2 "image or image data to copy is NULL or roi is invalid". */
-QV_API QVImage* ImageFromRoi(const QVImage* image, void* unused, const QVImageRect* rect);
+QV_API QVImage* ImageFromRoi(const QVImage* image, void* unused, const QVRect* rect);
 
 /* Copies source's roi and its width x height pixels into destination. A destination at least as
  * wide and as high as the source keeps its buffer, width and height (the pixels are then packed
@@ -108,7 +100,7 @@ QV_API int CopyImageData(const QVImage* source, QVImage* destination);
  * -5 "x or y invalid" (x > width or y > height). */
 QV_API short* QVGetPixel(const QVImage* image, unsigned int x, unsigned int y);
 
-/* Returns data + roi.width x line (roi.left and roi.top are not added). Null after -2 "image is
+/* Returns data + roi.width x line (roi.x and roi.y are not added). Null after -2 "image is
  * NULL" or -5 "lineIdx > roi.height-1 " (line > roi.height - 1 in unsigned 32-bit arithmetic, so
  * every line passes when roi.height is 0). */
 QV_API short* QVGetImageLine(const QVImage* image, unsigned int line);
@@ -121,7 +113,7 @@ QV_API int ZeroImage(QVImage* image);
 
 /* 1 when rect lies inside the image's roi, 0 when not (also for negative left or top), -2 "input
  * image is NULL" or -2 "input roi is NULL". */
-QV_API int ImageRoiContainsRoi(const QVImage* image, const QVImageRect* rect);
+QV_API int ImageRoiContainsRoi(const QVImage* image, const QVRect* rect);
 
 /* Wraps the caller's width x height 16-bit pixels in an OpenCV IplImage header (IPL_DEPTH_16S,
  * one channel, OpenCV's row stride) without copying. The caller releases the header with
