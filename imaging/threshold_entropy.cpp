@@ -103,22 +103,22 @@ int thresholdShanbhag(const std::uint32_t* hist) {
     classRange(P1, P2, first, last);
     if (first > last) return -1;
 
+    // Empty bins are skipped: they add p = 0 times a finite logarithm, nothing. The one exception
+    // is an object class sum P2[t] of 0, which happens only when every bin above t is empty
+    // (one pixel in 2^32 is far above rounding); the terms are NaN then, and so is the skipped
+    // sum once multiplied by b = 0.5 / 0: t loses either way.
     double best = DBL_MAX;
     int threshold = -1;
     for (int t = first; t <= last; ++t) {
-        // Empty bins add p = 0 times a finite logarithm, nothing, as long as the class sums are
-        // positive; a class sum rounded to 0 or below turns their terms into NaN, so then every
-        // bin is visited.
         const double a1 = 0.5 / P1[t];
         double back = 0.0;
         for (int i = 1; i <= t; ++i)
             if (hist[i] != 0) back -= p[i] * std::log(1.0 - a1 * P1[i - 1]);
         back *= a1;
         const double b = 0.5 / P2[t];
-        const bool skipEmpty = P2[t] > 0.0;
         double object = 0.0;
         for (int i = t + 1; i < kBins; ++i)
-            if (hist[i] != 0 || !skipEmpty) object -= p[i] * std::log(1.0 - b * P2[i]);
+            if (hist[i] != 0) object -= p[i] * std::log(1.0 - b * P2[i]);
         object *= b;
         const double difference = std::fabs(back - object);
         if (difference < best) {
@@ -213,13 +213,10 @@ int thresholdRenyiEntropy(const std::uint32_t* hist) {
     // Orders 0.5 and 2 in one pass over t: the criterion of order 0.5 is 1 / (1 - 0.5) = 2 times
     // the log of the product of the sums of roots, that of order 2 is 1 / (1 - 2) = -1 times the
     // log of the product of the sums of squares.
-    // An empty bin adds sqrt(0) = 0 and 0 squared, nothing, unless its class sum is 0, where it
-    // adds 0 / 0 = NaN and an occupied bin adds an infinity. Only the object class sum P2 can be 0
-    // in first..last, and then its sums are known without visiting the bins.
-    bool emptyAbove[kBins];  // some bin above t is empty
-    emptyAbove[kBins - 1] = false;
-    for (int t = kBins - 2; t >= 0; --t) emptyAbove[t] = emptyAbove[t + 1] || hist[t + 1] == 0;
-
+    // An empty bin adds sqrt(0) = 0 and 0 squared, nothing, so only occupied bins are visited.
+    // The one exception is an object class sum P2[t] of 0, which happens only when every bin
+    // above t is empty; the full sum is then NaN (0 / 0) and the skipped one 0, and both give the
+    // criterion 0.
     int ta = 0, tc = 0;
     double bestA = 0.0, bestC = 0.0;
     for (int t = first; t <= last; ++t) {
@@ -231,16 +228,12 @@ int thresholdRenyiEntropy(const std::uint32_t* hist) {
                 backSquares += q * q;
             }
         double objectRoots = 0.0, objectSquares = 0.0;
-        if (P2[t] != 0.0) {
-            for (int i = t + 1; i < kBins; ++i)
-                if (hist[i] != 0) {
-                    const double q = p[i] / P2[t];
-                    objectRoots += std::sqrt(q);
-                    objectSquares += q * q;
-                }
-        } else if (t < kBins - 1) {
-            objectRoots = objectSquares = emptyAbove[t] ? std::nan("") : HUGE_VAL;
-        }
+        for (int i = t + 1; i < kBins; ++i)
+            if (hist[i] != 0) {
+                const double q = p[i] / P2[t];
+                objectRoots += std::sqrt(q);
+                objectSquares += q * q;
+            }
         const double roots = backRoots * objectRoots;
         const double critA = 2.0 * (roots > 0.0 ? std::log(roots) : 0.0);
         if (critA > bestA) {
