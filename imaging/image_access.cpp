@@ -54,11 +54,16 @@ int ZeroImage(QVImage* image) {
 struct _IplImage* QV_Improc_DataToIplImage(short* pixels, int width, int height) {
     constexpr const char* kFn = "QV_Improc_DataToIplImage";
     if (!pixels) return QV_FAIL_NULL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "data is NULL");
+    // OpenCV rejects negative sizes and images of more than 2^31 - 1 bytes by throwing, after it
+    // has allocated the header, which is then lost; such sizes are refused here first.
+    const std::int64_t rowBytes = (std::int64_t{width} * static_cast<std::int64_t>(sizeof(short)) + 3) & ~std::int64_t{3};
     IplImage* header = nullptr;
-    try {
-        header = cvCreateImageHeader(cvSize(width, height), IPL_DEPTH_16S, 1);
-    } catch (...) {
-        header = nullptr;  // OpenCV rejects the size by throwing; no exception leaves the library
+    if (width >= 0 && height >= 0 && rowBytes * height <= INT32_MAX) {
+        try {
+            header = cvCreateImageHeader(cvSize(width, height), IPL_DEPTH_16S, 1);
+        } catch (...) {
+            header = nullptr;  // no exception leaves the library
+        }
     }
     if (!header) return QV_FAIL_NULL(1, QV_ERR_ARGUMENT, __LINE__, "could not create opencv image header for data");
     header->imageData = reinterpret_cast<char*>(pixels);

@@ -427,6 +427,9 @@ TEST_F(Image, OpenCvHeaderOverTheCallersPixels) {
     EXPECT_FAILED(1, -2, "QV_Improc_DataToIplImage", "data is NULL");
     EXPECT_EQ(QV_Improc_DataToIplImage(pixels, -6, 4), nullptr);
     EXPECT_FAILED(1, -5, "QV_Improc_DataToIplImage", "could not create opencv image header for data");
+    clear();
+    EXPECT_EQ(QV_Improc_DataToIplImage(pixels, 40000, 40000), nullptr);  // over 2^31 bytes
+    EXPECT_FAILED(1, -5, "QV_Improc_DataToIplImage", "could not create opencv image header for data");
 }
 
 }  // namespace
