@@ -57,13 +57,28 @@ double kapurEntropy(const std::uint32_t* hist, const double* p, const double* P1
     return back + object;
 }
 
-// The three working arrays of the entropy methods, allocated in the order of their names.
-struct Normalised {
-    WorkArray<double> p{kBins};
-    WorkArray<double> P1{kBins};
-    WorkArray<double> P2{kBins};
-    // The name of the first array that could not be had, or null.
-    const char* failed() const { return !p ? "norm_histo" : !P1 ? "P1" : !P2 ? "P2" : nullptr; }
+// The working arrays of the entropy methods (allocated in the order of their names) and the
+// range of thresholds they try.
+class Normalised {
+public:
+    const double* p() { return m_p.get(); }
+    const double* P1() { return m_P1.get(); }
+    const double* P2() { return m_P2.get(); }
+    int first = 0, last = kBins - 1;
+
+    // Fills the arrays and the range. Returns 0 to go on; -1 (no threshold) for an empty
+    // histogram or an empty range; -3 after logging, under the method's name kFn, the first
+    // array that could not be had.
+    int prepare(const char* kFn, const std::uint32_t* hist) {
+        const char* missing = !m_p ? "norm_histo" : !m_P1 ? "P1" : !m_P2 ? "P2" : nullptr;
+        if (missing) return QV_WORK_ARRAY_FAILED(missing);
+        if (normalise(hist, m_p.get(), m_P1.get(), m_P2.get()) == 0.0) return -1;
+        classRange(m_P1.get(), m_P2.get(), first, last);
+        return first > last ? -1 : 0;
+    }
+
+private:
+    WorkArray<double> m_p{kBins}, m_P1{kBins}, m_P2{kBins};
 };
 
 }  // namespace
@@ -72,16 +87,12 @@ int thresholdMaxEntropy(const std::uint32_t* hist) {
     constexpr const char* kFn = "QV_ImageProcessing_FindThresholdByEntropy";
     if (!hist) return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "ptrHistValue is NULL");
     Normalised a;
-    if (const char* name = a.failed()) return QV_WORK_ARRAY_FAILED(name);
-    if (normalise(hist, a.p.get(), a.P1.get(), a.P2.get()) == 0.0) return -1;  // empty histogram
-    int first, last;
-    classRange(a.P1.get(), a.P2.get(), first, last);
-    if (first > last) return -1;
+    if (const int status = a.prepare(kFn, hist)) return status;
 
     double best = DBL_MIN;
     int threshold = -1;
-    for (int t = first; t <= last; ++t) {
-        const double entropy = kapurEntropy(hist, a.p.get(), a.P1.get(), a.P2.get(), t);
+    for (int t = a.first; t <= a.last; ++t) {
+        const double entropy = kapurEntropy(hist, a.p(), a.P1(), a.P2(), t);
         if (entropy > best) {
             best = entropy;
             threshold = t;
@@ -94,14 +105,9 @@ int thresholdShanbhag(const std::uint32_t* hist) {
     constexpr const char* kFn = "QV_ImageProcessing_FindThresholdByShanbhag";
     if (!hist) return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "ptrHistValue is NULL");
     Normalised a;
-    if (const char* name = a.failed()) return QV_WORK_ARRAY_FAILED(name);
-    if (normalise(hist, a.p.get(), a.P1.get(), a.P2.get()) == 0.0) return -1;  // empty histogram
-    const double* p = a.p.get();
-    const double* P1 = a.P1.get();
-    const double* P2 = a.P2.get();
-    int first, last;
-    classRange(P1, P2, first, last);
-    if (first > last) return -1;
+    if (const int status = a.prepare(kFn, hist)) return status;
+    const double *p = a.p(), *P1 = a.P1(), *P2 = a.P2();
+    const int first = a.first, last = a.last;
 
     // Empty bins are skipped: they add p = 0 times a finite logarithm, nothing. The one exception
     // is an object class sum P2[t] of 0, which happens only when every bin above t is empty
@@ -191,14 +197,9 @@ int thresholdRenyiEntropy(const std::uint32_t* hist) {
     constexpr const char* kFn = "QV_ImageProcessing_FindThresholdByRenyiEntropy";
     if (!hist) return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "ptrHistValue is NULL");
     Normalised a;
-    if (const char* name = a.failed()) return QV_WORK_ARRAY_FAILED(name);
-    if (normalise(hist, a.p.get(), a.P1.get(), a.P2.get()) == 0.0) return -1;  // empty histogram
-    const double* p = a.p.get();
-    const double* P1 = a.P1.get();
-    const double* P2 = a.P2.get();
-    int first, last;
-    classRange(P1, P2, first, last);
-    if (first > last) return -1;
+    if (const int status = a.prepare(kFn, hist)) return status;
+    const double *p = a.p(), *P1 = a.P1(), *P2 = a.P2();
+    const int first = a.first, last = a.last;
 
     // Order 1: the maximum-entropy criterion, here starting from 0.
     int tb = 0;
