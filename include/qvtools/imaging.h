@@ -44,15 +44,17 @@ QV_API QVImage* CreateEmptyImage(int width, int height, int tag);
  *  - pixels given, copy 0: adopts the buffer as it is (it must come from malloc; ReleaseImage
  *    frees it); no size check;
  *  - pixels given, copy nonzero: copies width x height pixels into a new buffer;
- *  - pixels null: allocates width x height zeroed pixels.
+ *  - pixels null: allocates width x height zeroed pixels (should that fail, the record comes
+ *    back without pixels).
  * Returns the record, or null after logging -5 "width and height must be > 0" (copy or null
  * pixels with width x height <= 0) or -3 "insufficient memory to create image". */
 QV_API QVImage* CreateImage(short* pixels, int width, int height, int copy);
 
 /* Resizes *image to width x height pixels, creating it when *image is null. Existing pixels are
  * kept as far as they reach; new ones are undefined. Width and height are set, the roi is kept.
- * Returns 0; -5 "width and height must be > 0" when width x height < 1; -3 (logged at level 0)
- * "could not (re)allocate specified image data" when no buffer could be had. When growing an
+ * Returns 0; -2 "image is NULL" for a null `image`; -5 "width and height must be > 0" when
+ * width x height < 1; -3 (logged at level 0) "could not (re)allocate specified image data" when
+ * no buffer could be had. When growing an
  * existing buffer fails, the old buffer is freed, "could not realloc memory" is logged at level 0
  * with code -3 and 0 is still returned (kept on purpose); the image is then left without pixels
  * (data null) rather than pointing at the freed buffer. */
@@ -124,7 +126,7 @@ QV_API struct _IplImage* QV_Improc_DataToIplImage(short* pixels, int width, int 
 /* ---- Histograms and automatic thresholds --------------------------------------------------- */
 
 /* Automatic threshold methods, the `method` argument of QV_ImageProcessing_FindAutoThreshold. */
-enum QVThresholdMethod {
+typedef enum QVThresholdMethod {
     eThresholdOtsu = 1,
     eThresholdMoments = 2,
     eThresholdMaxEntropy = 3,
@@ -136,7 +138,7 @@ enum QVThresholdMethod {
     eThresholdYen = 9,
     eThresholdPercentile = 16,
     eThresholdRenyiEntropy = 17
-};
+} QVThresholdMethod;
 
 /* Counts the `count` bytes at `data` into 256 bins (bin i counts the bytes of value i); the bins
  * are cleared first. width and height are not used. Returns 0, or -3 "imgPtr is NULL" (also
@@ -156,7 +158,9 @@ QV_API int QV_ImageProcessing_SmoothHistogram(const unsigned int* source, int ra
  * width or height < 1) or a working-array memory message.
  * Degenerate histograms: a histogram with fewer than two occupied bins gives -1 for Huang and
  * Moments; for Li, an image whose pixels are all 0 gives 0; an iteration of Li that would repeat
- * itself forever stops and returns its current threshold. */
+ * itself forever stops and returns its current threshold. The mean method forms each product
+ * grey value x count in 32 bits, which can wrap once one grey value holds more than 16843009 pixels
+ * (kept as it is). */
 QV_API int QV_ImageProcessing_FindAutoThreshold(const unsigned char* data, int width, int height, int method);
 
 /* Maps value linearly: result = trunc((dstMax - dstMin) / (srcMax - srcMin) x value + dstMin) in
