@@ -1,7 +1,176 @@
-/* QV_Tools imaging family: image record, histograms, thresholds, filters and blobs. */
+/* QV_Tools imaging family: the image record, histograms and automatic thresholds.
+ *
+ * A QVImage carries one plane of signed 16-bit grey values with a region of interest. The
+ * histogram and threshold functions work on plain 8-bit buffers (one byte per pixel), not on
+ * QVImage records: a caller holding 16-bit pixels converts them to bytes first.
+ *
+ * Failures are logged through the log call (logging.h) under the function's exported name and
+ * returned as a negative code, or as null for functions that return a pointer. */
 #ifndef QVTOOLS_IMAGING_H
 #define QVTOOLS_IMAGING_H
 
+#include "qvtools/data.h"
 #include "qvtools/export.h"
+
+/* OpenCV's image header (IplImage, opencv2/core/types_c.h). */
+struct _IplImage;
+
+/* A grey-value image. Allocated zero-filled by the library and released only by ReleaseImage.
+ * The record owns its pixel buffer, also a buffer adopted from the caller, and frees it with the
+ * C runtime's free. The buffer holds width x height pixels, row after row (the product taken in
+ * 32-bit signed arithmetic). Rectangles (QVRect) given to the functions below are read as left
+ * column (x), top row (y), width and height. Every function that sets the image size sets roi to
+ * (0, 0, width, height), except ResizeImage on an existing image, which keeps the roi. */
+typedef struct QVImage {
+    int tag;          /* caller-defined value, never interpreted by the library */
+    short* data;      /* width x height pixels, or null */
+    int height;       /* rows */
+    int width;        /* pixels per row */
+    int aux1;         /* caller-defined; zero at creation, copied only by CloneImage */
+    int aux2;         /* caller-defined; zero at creation, copied only by CloneImage */
+    QVRect roi;       /* region of interest: x is its left column, y its top row */
+} QVImage;
+
+QV_EXTERN_C_BEGIN
+
+/* ---- Image record ------------------------------------------------------------------------ */
+
+/* Creates an image of width x height zeroed pixels with the given tag. When width x height is
+ * below 1 the record comes back without pixels (data null) and nothing is logged. Returns the
+ * new record, or null after logging -3 "insufficient memory to create image". */
+QV_API QVImage* CreateEmptyImage(int width, int height, int tag);
+
+/* Creates an image (tag 0) from `pixels`:
+ *  - pixels given, copy 0: adopts the buffer as it is (it must come from malloc; ReleaseImage
+ *    frees it); no size check;
+ *  - pixels given, copy nonzero: copies width x height pixels into a new buffer;
+ *  - pixels null: allocates width x height zeroed pixels (should that fail, the record comes
+ *    back without pixels).
+ * Returns the record, or null after logging -5 "width and height must be > 0" (copy or null
+ * pixels with width x height <= 0) or -3 "insufficient memory to create image". */
+QV_API QVImage* CreateImage(short* pixels, int width, int height, int copy);
+
+/* Resizes *image to width x height pixels, creating it when *image is null. Existing pixels are
+ * kept as far as they reach; new ones are undefined. Width and height are set, the roi is kept.
+ * Returns 0; -2 "image is NULL" for a null `image`; -5 "width and height must be > 0" when
+ * width x height < 1; -3 (logged at level 0) "could not (re)allocate specified image data" when
+ * no buffer could be had. When growing an
+ * existing buffer fails, the old buffer is freed, "could not realloc memory" is logged at level 0
+ * with code -3 and 0 is still returned (kept on purpose); the image is then left without pixels
+ * (data null) rather than pointing at the freed buffer. */
+QV_API int ResizeImage(QVImage** image, int width, int height);
+
+/* Frees the pixel buffer (adopted or not) and the record. Null is accepted. Always returns 0. */
+QV_API int ReleaseImage(QVImage* image);
+
+/* Gives an image new pixels of width x height. copy nonzero: the buffer is reused when the size
+ * already matches, else reallocated, and the caller's pixels are copied; copy 0: the old buffer
+ * is freed and the caller's (malloc'ed) buffer adopted. Sets width, height, roi.width and
+ * roi.height; roi.x and roi.y are kept. Returns 0, -2 "image or image data is NULL",
+ * -5 "height or width invalid" (width x height < 1; image untouched), or -3 "could not
+ * (re)allocate specified image data" when the copy buffer cannot be had (image untouched). */
+QV_API int SetImageData(QVImage* image, int width, int height, short* pixels, int copy);
+
+/* Copies an image with its pixels, aux1, aux2 and roi; the copy gets `tag`. Returns the copy, or
+ * null after -2 "image or image data to copy is NULL" or, when the copy cannot be made, level 0
+ * -3 "could not clone image -> insufficient memory?". */
+QV_API QVImage* CloneImage(const QVImage* image, int tag);
+
+/* Copies a region into a new image. `unused` is ignored.
+ * With `rect`: valid only when rect.width x (rect.y + rect.height) <= width x height - 1,
+ * rect.x + rect.width <= roi.width and rect.y + rect.height <= roi.height, else null after
+ * -2 "roi is invalid". Rows are read with the stride roi.width (not width), starting at pixel
+ * (rect.y + r) x roi.width + rect.x. A rectangle whose rows would be read outside the source buffer is
+ * also refused with -2 "roi is invalid". The new image is clipped to the roi; with no rows left
+ * it is null (after CreateImage's message).
+ * Without `rect`: copies the image's own roi (whole rows only) in one block from pixel
+ * roi.y x roi.width. Null after -2 "roi is invalid" (empty roi), -5 "roi.left != 0 not
+ * supported" (roi.x not 0), or -2 "image or image data is NULL, insufficient memory?".
+ * Null image or pixels: -2 "image or image data to copy is NULL or roi is invalid". */
+QV_API QVImage* ImageFromRoi(const QVImage* image, void* unused, const QVRect* rect);
+
+/* Copies source's roi and its width x height pixels into destination. A destination at least as
+ * wide and as high as the source keeps its buffer, width and height (the pixels are then packed
+ * at its start, kept on purpose); otherwise its buffer is resized to the source's size and it
+ * takes the source's width and height. Returns 0, -2 "original image or data or copy is NULL", or
+ * -3 "could not (re)allocate specified image data" (destination untouched). */
+QV_API int CopyImageData(const QVImage* source, QVImage* destination);
+
+/* Returns data + (y + 1) x x (32-bit unsigned product): this addressing, not y x width + x, is
+ * the library's pixel access and is kept as it is; the pointer may lie beyond the buffer for
+ * large x and y. x = width and y = height are accepted. Null after -2 "image is NULL" or
+ * -5 "x or y invalid" (x > width or y > height). */
+QV_API short* QVGetPixel(const QVImage* image, unsigned int x, unsigned int y);
+
+/* Returns data + roi.width x line (roi.x and roi.y are not added). Null after -2 "image is
+ * NULL" or -5 "lineIdx > roi.height-1 " (line > roi.height - 1 in unsigned 32-bit arithmetic, so
+ * every line passes when roi.height is 0). */
+QV_API short* QVGetImageLine(const QVImage* image, unsigned int line);
+
+/* As QVGetImageLine without any check. */
+QV_API short* QVGetImageLineFast(const QVImage* image, unsigned int line);
+
+/* Sets width x height pixels to 0. Returns 0 or -2 "image or image data is NULL". */
+QV_API int ZeroImage(QVImage* image);
+
+/* 1 when rect lies inside the image's roi, 0 when not (also for negative left or top), -2 "input
+ * image is NULL" or -2 "input roi is NULL". */
+QV_API int ImageRoiContainsRoi(const QVImage* image, const QVRect* rect);
+
+/* Wraps the caller's width x height 16-bit pixels in an OpenCV IplImage header (IPL_DEPTH_16S,
+ * one channel, OpenCV's row stride) without copying. The caller releases the header with
+ * cvReleaseImageHeader; the pixels stay the caller's. Returns the header, or null after -2 "data
+ * is NULL" or -5 "could not create opencv image header for data". */
+QV_API struct _IplImage* QV_Improc_DataToIplImage(short* pixels, int width, int height);
+
+/* ---- Histograms and automatic thresholds --------------------------------------------------- */
+
+/* Automatic threshold methods, the `method` argument of QV_ImageProcessing_FindAutoThreshold. */
+typedef enum QVThresholdMethod {
+    eThresholdOtsu = 1,
+    eThresholdMoments = 2,
+    eThresholdMaxEntropy = 3,
+    eThresholdHuang = 4,
+    eThresholdLi = 5,
+    eThresholdMean = 6,
+    eThresholdShanbhag = 7,
+    eThresholdTriangle = 8,
+    eThresholdYen = 9,
+    eThresholdPercentile = 16,
+    eThresholdRenyiEntropy = 17
+} QVThresholdMethod;
+
+/* Counts the `count` bytes at `data` into 256 bins (bin i counts the bytes of value i); the bins
+ * are cleared first. width and height are not used. Returns 0, or -3 "imgPtr is NULL" (also
+ * -3 "hist is NULL" for a null histogram). */
+QV_API int QV_ImageProcessing_CreateHistogram(const unsigned char* data, unsigned int count, int width,
+                                              int height, unsigned int* hist);
+
+/* Box mean of a 256-bin histogram: destination[i] is the sum of source[i-radius..i+radius]
+ * (indices outside 0..255 skipped) divided, in unsigned integer division, by the number of bins
+ * added. A negative radius adds no bins and leaves every destination bin 0. Returns 0, or -3
+ * "sourceHist is NULL" (also -3 "destHist is NULL"). */
+QV_API int QV_ImageProcessing_SmoothHistogram(const unsigned int* source, int radius, unsigned int* destination);
+
+/* Threshold of the 8-bit image of width x height bytes at `data` by `method` (QVThresholdMethod).
+ * Returns the threshold (0..255), -1 where the method finds none, 0 (silently) for a number that
+ * names no method, or -3 with "imageData is NULL and img height and width is not > 0" (null data,
+ * width or height < 1) or a working-array memory message.
+ * Degenerate histograms: a histogram with fewer than two occupied bins gives -1 for Huang and
+ * Moments; for Li, an image whose pixels are all 0 gives 0; an iteration of Li that would repeat
+ * itself forever stops and returns its current threshold. The mean method forms each product
+ * grey value x count in 32 bits, which can wrap once one grey value holds more than 16843009 pixels
+ * (kept as it is). */
+QV_API int QV_ImageProcessing_FindAutoThreshold(const unsigned char* data, int width, int height, int method);
+
+/* Maps value linearly: result = trunc((dstMax - dstMin) / (srcMax - srcMin) x value + dstMin) in
+ * single precision. The value is scaled from 0, not from srcMin (intended: srcMin only enters
+ * through the width of the source range). Returns 0; -5 at level 2 "destination interval has size
+ * 0, cannot map value" (result set to 0); -5 at level 2 "mapped value is not a 32-bit number"
+ * when the mapped value is not finite or out of range (an empty source range; result set to 0);
+ * -3 "result is NULL". */
+QV_API int QV_ImageProcessing_MapRange(int value, int* result, int srcMin, int srcMax, int dstMin, int dstMax);
+
+QV_EXTERN_C_END
 
 #endif

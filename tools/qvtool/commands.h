@@ -16,6 +16,8 @@ constexpr int kBadInput = 2;
 
 int runLog(int argc, char** argv);
 void helpLog();
+int runThreshold(int argc, char** argv);
+void helpThreshold();
 
 // True when argv holds -h or --help.
 bool wantsHelp(int argc, char** argv);

@@ -9,6 +9,7 @@ namespace qvtool {
 // Every command, in the order that --help lists them.
 static const Command kCommands[] = {
     {"log", "write log lines to the console and a log file, and show the last error", runLog, helpLog},
+    {"threshold", "automatic thresholds of an image, its binary image and a histogram plot", runThreshold, helpThreshold},
 };
 
 bool wantsHelp(int argc, char** argv) {
