@@ -176,7 +176,8 @@ QV_API int QV_MathTools_FindSmallestPolygon(const double* x, const double* y, in
 
 /* Even-odd test of (px, py) against an outline of straight and quadratic segments: x, y pairs;
  * 2.0 in an x place marks the next pair as a control point, 3.0 starts a new contour, -2.0
- * ends the outline (it must be present). Returns 0 inside; -1 (no crossing) or 1 outside;
+ * ends the outline (it must be present; a plain vertex therefore cannot have x equal to 2.0, 3.0
+ * or -2.0). Returns 0 inside; -1 (no crossing) or 1 outside;
  * -1 for a null or empty outline. */
 QV_API int QV_MathTools_PointInSplinePoly(const double* outline, double px, double py);
 
