@@ -29,13 +29,6 @@ inline int32_t wrapMul(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
 }
 
-// Match kernels over one candidate offset: n terms, test read contiguously, reference read
-// with `step`. Products are 32-bit, the sums 64-bit (exact).
-int64_t crossSum(const int16_t* test, const int16_t* ref, int n, int step);
-int64_t sqrDiffSum(const int16_t* test, const int16_t* ref, int n, int step);
-// Both read with `step`: sum of ref*test and of ref*ref, exact in 64 bits.
-void nccSums(const int16_t* test, const int16_t* ref, int n, int step, int64_t* rt, int64_t* rr);
-
 // Working-buffer size of the derivative and edge functions.
 constexpr int kMaxRegion = QV_PROFILE_MAX_REGION;
 
