@@ -1,6 +1,7 @@
 // Polygon tools of the math tools: the angle-driven hull walk and the even-odd point test for
 // outlines made of straight and quadratic segments.
 #include <cmath>
+#include <new>
 #include <vector>
 
 #include "measure/measure_internal.h"
@@ -137,21 +138,25 @@ QV_API int QV_MathTools_PointInSplinePoly(const double* outline, double px, doub
     if (!outline || outline[0] == -2.0) return -1;
     Parity parity{px, py + 1e-6};  // the offset keeps the ray off the vertices
     std::vector<OutlinePoint> contour;
-    for (size_t i = 0; outline[i] != -2.0;) {
-        const double v = outline[i];
-        if (v == 3.0) {
-            parity.contour(contour);
-            contour.clear();
-            i += 1;
-        } else if (v == 2.0) {
-            contour.push_back({outline[i + 1], outline[i + 2], false});
-            i += 3;
-        } else {
-            contour.push_back({v, outline[i + 1], true});
-            i += 2;
+    try {
+        for (size_t i = 0; outline[i] != -2.0;) {
+            const double v = outline[i];
+            if (v == 3.0) {
+                parity.contour(contour);
+                contour.clear();
+                i += 1;
+            } else if (v == 2.0) {
+                contour.push_back({outline[i + 1], outline[i + 2], false});
+                i += 3;
+            } else {
+                contour.push_back({v, outline[i + 1], true});
+                i += 2;
+            }
         }
+        parity.contour(contour);
+    } catch (const std::bad_alloc&) {
+        return -1;  // no memory for the contour: reported as outside
     }
-    parity.contour(contour);
     return parity.state;
 }
 

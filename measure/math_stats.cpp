@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <vector>
 
 #include "measure/measure_internal.h"
@@ -37,7 +38,12 @@ QV_API int QV_MathTools_PQuantile(const double* values, int count, double p, dou
         return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "p must be in [0,1] and numVals must be > 0");
     QV_CHECK_NULL(values, __LINE__, "value array is NULL");
     quietGsl();
-    std::vector<double> sorted(values, values + count);
+    std::vector<double> sorted;
+    try {
+        sorted.assign(values, values + count);
+    } catch (const std::bad_alloc&) {
+        return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "cannot allocate memory");
+    }
     gsl_sort(sorted.data(), 1, sorted.size());
     const size_t n = sorted.size();
     if (p == 0.5) {

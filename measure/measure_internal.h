@@ -2,6 +2,7 @@
 // profile functions share (32-bit wrap-around, half-away rounding) and the match kernels.
 #pragma once
 
+#include <climits>
 #include <cstdint>
 
 #include "logging/frame.h"
@@ -16,6 +17,12 @@ void quietGsl();
 // x rounded to the nearest integer, halves away from zero (adds 0.5 to a positive value,
 // subtracts it from a negative one, then truncates).
 inline int roundHalfAway(double x) { return static_cast<int>(x > 0 ? x + 0.5 : x - 0.5); }
+
+// Truncation toward zero. NaN and values outside int give INT_MIN, which is what the x86
+// conversion instruction yields, instead of undefined behaviour.
+inline int truncToInt(double x) {
+    return (x > -2147483649.0 && x < 2147483648.0) ? static_cast<int>(x) : INT_MIN;
+}
 
 // 32-bit signed arithmetic with wrap-around, as the sums and products of the profile
 // functions are defined: the result is the low 32 bits, read as signed.

@@ -110,6 +110,7 @@ QV_API int QV_ProfileTools_FindEdges(const int16_t* profile, int count, int offs
             }
             close = open && threshold * 0.9 > v;
         } else {
+            // The opening sample is already the first peak candidate (the peak rests at 0).
             if (!open && v < -threshold) open = true;
             if (open) {
                 if (v < peak) {

@@ -5,6 +5,7 @@
 // multiple of 16 terms (n & ~15) so that the vectoriser needs no scalar epilogue, which lets it
 // work at -O2 too; the remaining terms follow in a short scalar loop.
 #include <cmath>
+#include <new>
 #include <vector>
 
 #include "measure/measure_internal.h"
@@ -82,15 +83,21 @@ public:
     MatchInput(const int16_t* test, int testCount, const int16_t* ref, int refCount, bool normalize)
         : m_test(test), m_ref(ref) {
         if (!normalize) return;
-        // Zero-filled copies (a negative count gives an empty copy), each made mean-free over
-        // all of its samples. A failure of the mean removal is logged by it and otherwise ignored.
-        m_testCopy.assign(test, test + (testCount > 0 ? testCount : 0));
-        m_refCopy.assign(ref, ref + (refCount > 0 ? refCount : 0));
+        // Copies (a negative count gives an empty copy), each made mean-free over all of its
+        // samples. A failure of the mean removal is logged by it and otherwise ignored.
+        try {
+            m_testCopy.assign(test, test + (testCount > 0 ? testCount : 0));
+            m_refCopy.assign(ref, ref + (refCount > 0 ? refCount : 0));
+        } catch (const std::bad_alloc&) {
+            m_ok = false;
+            return;
+        }
         QV_ProfileTools_NormalizeProfile(m_testCopy.data(), testCount, m_testCopy.data(), 1, nullptr);
         QV_ProfileTools_NormalizeProfile(m_refCopy.data(), refCount, m_refCopy.data(), 1, nullptr);
         m_test = m_testCopy.data();
         m_ref = m_refCopy.data();
     }
+    bool ok() const { return m_ok; }
     const int16_t* test() const { return m_test; }
     const int16_t* ref() const { return m_ref; }
 
@@ -98,6 +105,7 @@ private:
     const int16_t* m_test;
     const int16_t* m_ref;
     std::vector<int16_t> m_testCopy, m_refCopy;
+    bool m_ok = true;
 };
 
 // The checks all three match functions share; 0 when the arguments are usable.
@@ -127,6 +135,7 @@ QV_API int QV_ProfileTools_MatchProfilesCrossCorr(const int16_t* test, int testC
     constexpr const char* kFn = "QV_ProfileTools_MatchProfilesCrossCorr";
     if (const int rc = checkMatchArguments(kFn, test, testCount, reference, referenceCount, step)) return rc;
     const MatchInput in(test, testCount, reference, referenceCount, normalize != 0);
+    if (!in.ok()) return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "cannot allocate memory");
     int64_t best = -1000000000;
     int64_t chosen = -1;
     const int64_t candidates = candidateCount(testCount, referenceCount);
@@ -147,6 +156,7 @@ QV_API int QV_ProfileTools_MatchProfilesSqrDiffSumCorr(const int16_t* test, int 
     constexpr const char* kFn = "QV_ProfileTools_MatchProfilesSqrDiffSumCorr";
     if (const int rc = checkMatchArguments(kFn, test, testCount, reference, referenceCount, step)) return rc;
     const MatchInput in(test, testCount, reference, referenceCount, normalize != 0);
+    if (!in.ok()) return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "cannot allocate memory");
     int64_t best = 1000000000;
     int64_t chosen = -1;
     const int64_t candidates = candidateCount(testCount, referenceCount);
@@ -169,6 +179,7 @@ QV_API int QV_ProfileTools_MatchProfilesNormalizedCrossCorr(const int16_t* test,
     constexpr const char* kFn = "QV_ProfileTools_MatchProfilesNormalizedCrossCorr";
     if (const int rc = checkMatchArguments(kFn, test, testCount, reference, referenceCount, step)) return rc;
     const MatchInput in(test, testCount, reference, referenceCount, normalize != 0);
+    if (!in.ok()) return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "cannot allocate memory");
     // The sums are defined in double. Every term is an integer below 2^30 in magnitude, so up
     // to 2^23 terms the double sums are exact and equal the 64-bit integer sums used here.
     constexpr int kExactTerms = 1 << 23;

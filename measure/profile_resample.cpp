@@ -22,7 +22,7 @@ QV_API int QV_ProfileTools_RotateProfile(const uint16_t* profile, int count, flo
     float slope = 0.0f;
     if (const int rc = QV_MathTools_SlopeFromDegrees(angle, scale1, scale2, &slope)) return rc;
     for (int i = 0; i < count; ++i) {
-        const int d = static_cast<int>(static_cast<float>(i - c) * slope);
+        const int d = qv::measure::truncToInt(static_cast<float>(i - c) * slope);
         out[i] = static_cast<uint16_t>(profile[i] - d);  // 16-bit wrap-around
         if (offsets) offsets[i] = static_cast<uint16_t>(d + ref);
     }
@@ -36,11 +36,18 @@ QV_API int QV_ProfileTools_SampleValues(const float* values, int count, int samp
     if (samples < 1) return samples;  // guard: nothing to write (and no division by zero)
     const float r = static_cast<float>(count) / static_cast<float>(samples);
     const int half = roundHalfAway(r * 0.5f);
+    // Index k·r + half, truncated; -1 when it lies past the end. For count >= 1 the position is
+    // not negative, so "truncated index > count - 1" is "position >= count", tested before the
+    // conversion so that no position too large for an int is converted.
+    const auto centre = [count, r, half](int k) {
+        const float pos = static_cast<float>(k) * r + static_cast<float>(half);
+        return (count < 1 || static_cast<double>(pos) >= count) ? -1 : static_cast<int>(pos);
+    };
     if (average != 0 && r >= 2.0f) {
         const int w = static_cast<int>(r * 0.5f);
         for (int k = 0; k < samples; ++k) {
-            const int c = static_cast<int>(static_cast<float>(k) * r + static_cast<float>(half));
-            if (c > count - 1) {
+            const int c = centre(k);
+            if (c < 0) {
                 QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "invalid index");
                 continue;
             }
@@ -55,8 +62,8 @@ QV_API int QV_ProfileTools_SampleValues(const float* values, int count, int samp
         }
     } else {
         for (int k = 0; k < samples; ++k) {
-            const int c = static_cast<int>(static_cast<float>(k) * r + static_cast<float>(half));
-            if (c > count - 1) {
+            const int c = centre(k);
+            if (c < 0) {
                 QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "invalid index");
                 continue;
             }

@@ -5,6 +5,7 @@
 #include <gsl/gsl_spline.h>
 
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "measure/measure_internal.h"
@@ -36,8 +37,12 @@ QV_API int QV_MathTools_SplineInterpolation(const double* x, const double* y, co
                 return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "x values must be provided in ascending order");
     }
     std::vector<double> px, py;
-    px.reserve(n);
-    py.reserve(n);
+    try {
+        px.reserve(n);
+        py.reserve(n);
+    } catch (const std::bad_alloc&) {
+        return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "cannot allocate memory");
+    }
     for (int i = 0; i < n; ++i) {
         const int j = i * step;
         if (weights && !(weights[j] > threshold)) continue;

@@ -96,7 +96,10 @@ QV_API int QV_MathTools_CubicSplineFit(void);
  * (0 copy, 1 linear, 2 cspline, 3 akima, 4 polynomial) through every step-th sample whose
  * weight exceeds `threshold`, and writes its value at 0 ... count-1 into out. Positions outside
  * the support points give NaN. Returns count (0 for type 0 or when no point is kept);
- * -2 / -5 with the messages listed in the implementation file. */
+ * -2 "an input or output parameter is NULL or invalid" (null y/out, count < 2); -5 "invalid
+ * interpolation type", "invalid step size" (count/step below 2; a step below 1 or not below
+ * count means 1), "x values must be provided in ascending order", "not enough data values
+ * given for the selected interpolation type, %d values needed for spline type %s". */
 QV_API int QV_MathTools_SplineInterpolation(const double* x, const double* y, const double* weights,
                                             int count, double threshold, int step, int type,
                                             double* out);
@@ -197,7 +200,8 @@ QV_API int QV_ProfileTools_CalcMean(const int16_t* profile, int count, int step,
 
 /* out[i] = sample - mean of the stepped samples, truncated toward zero (a plain copy when the
  * mean is exactly 0). profile and out may be the same. Returns 0; -2 "input profile output
- * profile pointer is NULL or step size invalid". */
+ * profile pointer is NULL or step size invalid" (null pointers, step or count 0); a negative
+ * step gets the -5 of QV_ProfileTools_CalcMean. */
 QV_API int QV_ProfileTools_NormalizeProfile(const int16_t* profile, int count, int16_t* out, int step,
                                             double* mean);
 
