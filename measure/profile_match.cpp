@@ -5,6 +5,7 @@
 // multiple of 16 terms (n & ~15) so that the vectoriser needs no scalar epilogue, which lets it
 // work at -O2 too; the remaining terms follow in a short scalar loop.
 #include <cmath>
+#include <functional>
 #include <new>
 #include <vector>
 
@@ -119,10 +120,39 @@ int checkMatchArguments(const char* kFn, const int16_t* test, int testCount, con
     return 0;
 }
 
-// Number of candidate offsets: the offset refCount - testCount, where the test profile would
-// end with the reference, is deliberately not tried.
-int64_t candidateCount(int testCount, int refCount) {
-    return static_cast<int64_t>(refCount) - testCount;
+// Scores the candidate offsets 0 ... refCount - testCount - 1 in increasing order (the offset
+// refCount - testCount, where the test profile would end with the reference, is deliberately
+// not tried). A score replaces `best` only when `better` holds strictly, so ties keep the
+// earlier offset. Returns the chosen offset, -1 when no score beat the starting `best`.
+template <class T, class Score, class Better>
+int64_t bestOffset(int testCount, int refCount, T& best, Score score, Better better) {
+    int64_t chosen = -1;
+    const int64_t candidates = static_cast<int64_t>(refCount) - testCount;
+    for (int64_t o = 0; o < candidates; ++o) {
+        const T value = score(o);
+        if (better(value, best)) {
+            best = value;
+            chosen = o;
+        }
+    }
+    return chosen;
+}
+
+// The cross-correlation and squared-difference matches: the best 64-bit sum from `start`
+// (-1e9 rising, or 1e9 falling), written to offset as an unsigned value (all bits set for none).
+template <class Kernel, class Better>
+int matchBySum(const char* kFn, const int16_t* test, int testCount, const int16_t* reference,
+               int referenceCount, int step, int normalize, unsigned int* offset, int64_t start,
+               Kernel kernel, Better better) {
+    if (const int rc = checkMatchArguments(kFn, test, testCount, reference, referenceCount, step)) return rc;
+    const MatchInput in(test, testCount, reference, referenceCount, normalize != 0);
+    if (!in.ok()) return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "cannot allocate memory");
+    int64_t best = start;
+    const int64_t chosen = bestOffset(
+        testCount, referenceCount, best,
+        [&](int64_t o) { return kernel(in.test(), in.ref() + o, testCount, step); }, better);
+    if (offset) *offset = static_cast<unsigned int>(chosen);
+    return 0;
 }
 
 }  // namespace
@@ -132,43 +162,15 @@ extern "C" {
 QV_API int QV_ProfileTools_MatchProfilesCrossCorr(const int16_t* test, int testCount,
                                                   const int16_t* reference, int referenceCount,
                                                   int step, int normalize, unsigned int* offset) {
-    constexpr const char* kFn = "QV_ProfileTools_MatchProfilesCrossCorr";
-    if (const int rc = checkMatchArguments(kFn, test, testCount, reference, referenceCount, step)) return rc;
-    const MatchInput in(test, testCount, reference, referenceCount, normalize != 0);
-    if (!in.ok()) return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "cannot allocate memory");
-    int64_t best = -1000000000;
-    int64_t chosen = -1;
-    const int64_t candidates = candidateCount(testCount, referenceCount);
-    for (int64_t o = 0; o < candidates; ++o) {
-        const int64_t sum = crossSum(in.test(), in.ref() + o, testCount, step);
-        if (sum > best) {  // ties keep the earlier offset
-            best = sum;
-            chosen = o;
-        }
-    }
-    if (offset) *offset = static_cast<unsigned int>(chosen);
-    return 0;
+    return matchBySum("QV_ProfileTools_MatchProfilesCrossCorr", test, testCount, reference, referenceCount,
+                      step, normalize, offset, -1000000000, crossSum, std::greater<>());
 }
 
 QV_API int QV_ProfileTools_MatchProfilesSqrDiffSumCorr(const int16_t* test, int testCount,
                                                        const int16_t* reference, int referenceCount,
                                                        int step, int normalize, unsigned int* offset) {
-    constexpr const char* kFn = "QV_ProfileTools_MatchProfilesSqrDiffSumCorr";
-    if (const int rc = checkMatchArguments(kFn, test, testCount, reference, referenceCount, step)) return rc;
-    const MatchInput in(test, testCount, reference, referenceCount, normalize != 0);
-    if (!in.ok()) return QV_FAIL(1, QV_ERR_MEMORY, __LINE__, "cannot allocate memory");
-    int64_t best = 1000000000;
-    int64_t chosen = -1;
-    const int64_t candidates = candidateCount(testCount, referenceCount);
-    for (int64_t o = 0; o < candidates; ++o) {
-        const int64_t sum = sqrDiffSum(in.test(), in.ref() + o, testCount, step);
-        if (sum < best) {
-            best = sum;
-            chosen = o;
-        }
-    }
-    if (offset) *offset = static_cast<unsigned int>(chosen);
-    return 0;
+    return matchBySum("QV_ProfileTools_MatchProfilesSqrDiffSumCorr", test, testCount, reference,
+                      referenceCount, step, normalize, offset, 1000000000, sqrDiffSum, std::less<>());
 }
 
 QV_API int QV_ProfileTools_MatchProfilesNormalizedCrossCorr(const int16_t* test, int testCount,
@@ -186,9 +188,7 @@ QV_API int QV_ProfileTools_MatchProfilesNormalizedCrossCorr(const int16_t* test,
     double tt = 0.0;
     for (int i = 0; i < testCount; i += step) tt += static_cast<int32_t>(in.test()[i] * in.test()[i]);
     double best = -1.0;
-    int64_t chosen = -1;
-    const int64_t candidates = candidateCount(testCount, referenceCount);
-    for (int64_t o = 0; o < candidates; ++o) {
+    const auto score = [&](int64_t o) {
         const int16_t* ref = in.ref() + o;
         double rt = 0.0, rr = 0.0;
         if (testCount <= kExactTerms) {
@@ -203,12 +203,9 @@ QV_API int QV_ProfileTools_MatchProfilesNormalizedCrossCorr(const int16_t* test,
             }
         }
         const double d = std::sqrt(rr * tt);
-        const double c = d > 0.0 ? rt / d : 0.0;
-        if (c > best) {
-            best = c;
-            chosen = o;
-        }
-    }
+        return d > 0.0 ? rt / d : 0.0;
+    };
+    const int64_t chosen = bestOffset(testCount, referenceCount, best, score, std::greater<>());
     if (offset) *offset = static_cast<unsigned int>(chosen);
     if (correlation) *correlation = best;
     return 0;
