@@ -1,0 +1,44 @@
+// Private helpers of the xml folder: byte-for-byte transcoding, the library messages of
+// XML exceptions, and the parse step shared by the file and buffer parsers.
+#pragma once
+
+#include <string>
+
+#include <xercesc/util/XercesDefs.hpp>
+
+XERCES_CPP_NAMESPACE_BEGIN
+class DOMImplementation;
+class InputSource;
+class XMLFormatTarget;
+class XercesDOMParser;
+class DOMDocument;
+XERCES_CPP_NAMESPACE_END
+
+namespace qv::xml {
+
+// The XML characters as a byte string, as CXMLManager::Transcode maps them ("" for null).
+std::string narrow(const XMLCh* text);
+
+// The kind and message text of the exception being handled; call only inside a catch block.
+struct XmlFailure {
+    bool outOfMemory;
+    std::string message;
+};
+XmlFailure currentFailure();
+
+// Parses the memory source `buffer`, or the file `path` when `buffer` is null, with `parser`,
+// and returns the adopted document (the caller owns it), or null when the text is not
+// well-formed or the XML library threw. Failures are written to standard error; the parser is
+// reset in every case.
+xercesc::DOMDocument* parseWith(xercesc::XercesDOMParser& parser,
+                                const xercesc::InputSource* buffer, const char* path);
+
+// Serialises `document` into `target`, indented when `options` holds QV_XML_PRETTY_PRINT.
+// Returns "" on success, otherwise the XML library's message; throws nothing.
+std::string serialize(xercesc::DOMImplementation* implementation, xercesc::DOMDocument* document,
+                      int options, xercesc::XMLFormatTarget& target);
+
+// Sets up a parser as both parsers of the manager are set up.
+void configureParser(xercesc::XercesDOMParser& parser);
+
+}  // namespace qv::xml
