@@ -34,7 +34,7 @@ void reportProducts(benchmark::State& state) {
     state.counters["products/s"] = benchmark::Counter(products * state.iterations(), benchmark::Counter::kIsRate);
 }
 
-// The scalar baseline: the same cross-correlation as a plain double loop, not vectorised.
+// The scalar baseline: the same cross-correlation as a plain nested loop, kept scalar.
 __attribute__((optimize("no-tree-vectorize"))) unsigned scalarCrossCorr(const int16_t* t, const int16_t* r) {
     long long best = -1000000000;
     unsigned chosen = ~0u;

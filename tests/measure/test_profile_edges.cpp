@@ -30,6 +30,18 @@ TEST_F(Derivatives, OffsetIsAppliedTwiceToTheSecondDerivative) {
     EXPECT_EQ(d2, (Doubles{-1, 8, -12, -16, -1}));
 }
 
+TEST_F(Derivatives, SecondOffsetBeyondTheWorkingBufferReadsZero) {
+    Samples ramp(3000);
+    for (int i = 0; i < 3000; ++i) ramp[i] = static_cast<int16_t>(i);
+    Doubles d1(100, -1), d2(100, -1);
+    // n = 100 from offset 2000: the second pass reads d1 at 2000 + i +- 1, past the 100
+    // computed entries (zero) and past the 2048-entry buffer (read as zero, not overrun).
+    EXPECT_EQ(QV_ProfileTools_CalcDerivations(ramp.data(), 3000, 2000, 100, 2, d1.data(), 2, d2.data()), 0);
+    EXPECT_EQ(d1[1], 2.0);
+    EXPECT_EQ(d2[1], 0.0);
+    EXPECT_EQ(d2[98], 0.0);
+}
+
 TEST_F(Derivatives, Failures) {
     const char* fn = "QV_ProfileTools_CalcDerivations";
     const char* msg = "input or output argument is NULL or data len or offset invaild";

@@ -109,6 +109,12 @@ TEST_F(GapFiller, PoreDetectionReferenceAndLastValue) {
     Line lin = {0, 10, 0, 20, 0};
     EXPECT_EQ(QV_ProfileTools_GapFiller_Porenerkennung(1, lin.data(), 5, 5, 0, 0), 0);
     EXPECT_EQ(lin, (Line{5, 10, 15, 15, 0}));
+    // The stored reference holds 1280 samples; a longer line is stored and filled that far.
+    Line wide(1500, 5), holes(1500, 0);
+    EXPECT_EQ(QV_ProfileTools_GapFiller_Porenerkennung(3, wide.data(), 1500, 0, 0, 0), 0);
+    EXPECT_EQ(QV_ProfileTools_GapFiller_Porenerkennung(2, holes.data(), 1500, 0, 0, 0), 0);
+    EXPECT_EQ(holes[1279], 5);
+    EXPECT_EQ(holes[1280], 0);
     EXPECT_EQ(QV_ProfileTools_GapFiller_Porenerkennung(1, nullptr, 5, 5, 0, 0), 0);
     EXPECT_FAILED_WITH(1, -5, "QV_ProfileTools_GapFiller_Porenerkennung", "data is  NULL or width is invalid");
 }
