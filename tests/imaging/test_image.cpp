@@ -8,7 +8,7 @@
 
 #include "QV_Tools.h"
 #include "imaging/imaging_internal.h"
-#include "imaging_test.h"
+#include "support/log_capture.h"
 
 namespace {
 

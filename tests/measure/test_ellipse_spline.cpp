@@ -86,11 +86,11 @@ TEST_F(EllipseFit, DegeneratePointSetsEndWithAStatus) {
     int status = 0;
     QV_Ellipse e = QV_MathTools_FitEllipse(line, 10, &status, nullptr);
     EXPECT_EQ(status, -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_MathTools_FitEllipse", "no ellipse found in 1000 draws");
+    EXPECT_FAILED(1, -5, "QV_MathTools_FitEllipse", "no ellipse found in 1000 draws");
     EXPECT_EQ(e.axis1, 0.0);
     e = QV_MathTools_FitEllipse(line, 4, &status, nullptr);
     EXPECT_EQ(status, -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_MathTools_FitEllipse", "need at least 5 points, 4 given (10 in the vector)");
+    EXPECT_FAILED(1, -5, "QV_MathTools_FitEllipse", "need at least 5 points, 4 given (10 in the vector)");
     e = QV_MathTools_FitEllipse(line, 11, &status, nullptr);
     EXPECT_EQ(status, -5);
 }
@@ -129,19 +129,19 @@ TEST_F(SplineResampling, StepsPositionsAndFailures) {
     std::vector<double> y(10, 1.0), out(10, -1.0);
     const char* fn = "QV_MathTools_SplineInterpolation";
     EXPECT_EQ(QV_MathTools_SplineInterpolation(nullptr, y.data(), nullptr, 10, 0, 6, 1, out.data()), -5);
-    EXPECT_FAILED_WITH(1, -5, fn, "invalid step size");  // 10/6 truncates to 1
+    EXPECT_FAILED(1, -5, fn, "invalid step size");  // 10/6 truncates to 1
     EXPECT_EQ(QV_MathTools_SplineInterpolation(nullptr, y.data(), nullptr, 10, 0, 20, 1, out.data()), 10);
     EXPECT_EQ(out[9], 1.0);  // step 20 became 1
     EXPECT_EQ(QV_MathTools_SplineInterpolation(nullptr, y.data(), nullptr, 10, 0, 1, 5, out.data()), -5);
-    EXPECT_FAILED_WITH(1, -5, fn, "invalid interpolation type");
+    EXPECT_FAILED(1, -5, fn, "invalid interpolation type");
     EXPECT_EQ(QV_MathTools_SplineInterpolation(nullptr, nullptr, nullptr, 10, 0, 1, 1, out.data()), -2);
-    EXPECT_FAILED_WITH(1, -2, fn, "an input or output parameter is NULL or invalid");
+    EXPECT_FAILED(1, -2, fn, "an input or output parameter is NULL or invalid");
     EXPECT_EQ(QV_MathTools_SplineInterpolation(nullptr, y.data(), nullptr, 1, 0, 1, 1, out.data()), -2);
     const double x[] = {0, 2, 1, 3};
     EXPECT_EQ(QV_MathTools_SplineInterpolation(x, y.data(), nullptr, 4, 0, 1, 1, out.data()), -5);
-    EXPECT_FAILED_WITH(1, -5, fn, "x values must be provided in ascending order");
+    EXPECT_FAILED(1, -5, fn, "x values must be provided in ascending order");
     EXPECT_EQ(QV_MathTools_SplineInterpolation(nullptr, y.data(), nullptr, 4, 0, 1, 3, out.data()), -5);
-    EXPECT_FAILED_WITH(1, -5, fn, "not enough data values given for the selected interpolation type, "
+    EXPECT_FAILED(1, -5, fn, "not enough data values given for the selected interpolation type, "
                                   "5 values needed for spline type akima");
     // No weight above the threshold: nothing written, 0 returned.
     std::vector<double> w(10, 0.0), untouched(10, -1.0);

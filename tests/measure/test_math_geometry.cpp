@@ -31,9 +31,9 @@ TEST_F(MathGeometry, SlopesAndSineTable) {
     EXPECT_EQ(QV_MathTools_SlopeFromDegrees(45, 1, 2, &slope), 0);
     EXPECT_NEAR(slope, 0.5f, 1e-6);
     EXPECT_EQ(QV_MathTools_SlopeFromDegrees(45, 1, 0, &slope), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_MathTools_SlopeFromDegrees", "scale factors must not be 0");
+    EXPECT_FAILED(1, -5, "QV_MathTools_SlopeFromDegrees", "scale factors must not be 0");
     EXPECT_EQ(QV_MathTools_SlopeFromDegrees(45, 1, 1, nullptr), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_MathTools_SlopeFromDegrees", "output argument is NULL");
+    EXPECT_FAILED(1, -5, "QV_MathTools_SlopeFromDegrees", "output argument is NULL");
     float c = 9, s = 9;
     QV_MathTools_SinCos(-90, &c, &s);  // entries 270 and 180
     EXPECT_EQ(s, -1.0f);
@@ -56,14 +56,14 @@ TEST_F(MathGeometry, LineIntersections) {
     EXPECT_EQ(out.x, 1.0f);
     EXPECT_EQ(out.y, 1.0f);
     EXPECT_EQ(QV_MathTools_IntersectLines({0, 0}, 1, {0, 2}, 1, &out), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_MathTools_IntersectLines", "given lines are parallel");
+    EXPECT_FAILED(1, -5, "QV_MathTools_IntersectLines", "given lines are parallel");
     EXPECT_EQ(QV_MathTools_IntersectLines({0, 0}, 1, {0, 2}, -1, nullptr), 0);
     out = {-1, -1};
     EXPECT_EQ(QV_MathTools_IntersectPtLines({0, 0}, {4, 2}, {0, 3}, {3, 0}, &out), 0);
     EXPECT_FLOAT_EQ(out.x, 2.0f);
     EXPECT_FLOAT_EQ(out.y, 1.0f);
     EXPECT_EQ(QV_MathTools_IntersectPtLines({1, 0}, {1, 5}, {0, 3}, {3, 0}, &out), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_MathTools_IntersectPtLines", "invalid points");
+    EXPECT_FAILED(1, -5, "QV_MathTools_IntersectPtLines", "invalid points");
 }
 
 TEST_F(MathGeometry, SegmentIntersections) {
@@ -134,7 +134,7 @@ TEST_F(MathPolygon, WalkThatNeverClosesIsStoppedAtCount) {
     std::vector<double> ox(4), oy(4);  // exactly count entries: overrunning would be caught by ASan
     int n = -1;
     EXPECT_EQ(QV_MathTools_FindSmallestPolygon(x, y, 4, ox.data(), oy.data(), &n), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_MathTools_FindSmallestPolygon", "polygon walk did not return to its start point");
+    EXPECT_FAILED(1, -5, "QV_MathTools_FindSmallestPolygon", "polygon walk did not return to its start point");
     EXPECT_EQ(n, 4);
     EXPECT_EQ(ox, (std::vector<double>{0, 0, 10, 0}));
     EXPECT_EQ(oy, (std::vector<double>{10, 0, 10, 0}));

@@ -33,11 +33,11 @@ TEST_F(MathStats, QuantileRangeTooSmallIsLoggedButNotFailed) {
     const double two[] = {5, 1};
     double trimmed = -1, quantile = -1;
     EXPECT_EQ(QV_MathTools_PQuantile(two, 2, 0.3, &trimmed, &quantile), 0);
-    EXPECT_FAILED_WITH(1, -5, "QV_MathTools_PQuantile", "invalid range");
+    EXPECT_FAILED(1, -5, "QV_MathTools_PQuantile", "invalid range");
     EXPECT_EQ(trimmed, -1);
     EXPECT_DOUBLE_EQ(quantile, 2.2);
     EXPECT_EQ(QV_MathTools_PQuantile(two, 2, 1.5, &trimmed, &quantile), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_MathTools_PQuantile", "p must be in [0,1] and numVals must be > 0");
+    EXPECT_FAILED(1, -5, "QV_MathTools_PQuantile", "p must be in [0,1] and numVals must be > 0");
     EXPECT_EQ(QV_MathTools_PQuantile(two, 0, 0.5, &trimmed, &quantile), -5);
 }
 
@@ -49,7 +49,7 @@ TEST_F(MathStats, LinearFitWithStrides) {
     EXPECT_NEAR(c1, 0.0, 1e-12);
     EXPECT_NEAR(msr, (6.0 / 9.0) / 3.0, 1e-12);  // residuals -1/3, 2/3, -1/3
     EXPECT_EQ(QV_MathTools_LinearFit(xy, xy + 1, 1, 2, 2, &c0, &c1, &msr), -2);
-    EXPECT_FAILED_WITH(1, -2, "QV_MathTools_LinearFit", "Null or invalid argument");
+    EXPECT_FAILED(1, -2, "QV_MathTools_LinearFit", "Null or invalid argument");
     EXPECT_EQ(QV_MathTools_LinearFit(xy, xy + 1, 3, 0, 2, &c0, &c1, &msr), -2);
 }
 
@@ -63,7 +63,7 @@ TEST_F(MathStats, SlopeOfVerticalPairs) {
     EXPECT_EQ(count(), 0u);
     EXPECT_EQ(QV_MathTools_CalcSlope(b, a, &slope), -5);
     EXPECT_EQ(slope, 0.0);
-    EXPECT_FAILED_WITH(2, -5, "QV_MathTools_CalcSlope", "points are equal, cannot calc slope");
+    EXPECT_FAILED(2, -5, "QV_MathTools_CalcSlope", "points are equal, cannot calc slope");
 }
 
 TEST_F(MathStats, CircleFitIterations) {
@@ -115,9 +115,9 @@ TEST_F(MathStats, MinMaxSearches) {
     EXPECT_EQ(QV_MathTools_GetMinMax(v, 0, &lo, &hi, nullptr, nullptr), -5);  // both searches fail
     EXPECT_LAST_FAILURE(1, -5, "Max1D(257): need at least one value");
     EXPECT_EQ(QV_MathTools_GetMinMax(nullptr, 5, &lo, &hi, nullptr, nullptr), -2);
-    EXPECT_FAILED_WITH(1, -2, "QV_MathTools_GetMinMax", "i_piArray is NULL");
+    EXPECT_FAILED(1, -2, "QV_MathTools_GetMinMax", "i_piArray is NULL");
     EXPECT_EQ(QV_GetMinMax(v, 0, &slo, &shi, nullptr, nullptr), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_GetMinMax", "value array is NULL, or number of values invalid");
+    EXPECT_FAILED(1, -5, "QV_GetMinMax", "value array is NULL, or number of values invalid");
 }
 
 std::vector<float> g_nodes;

@@ -47,14 +47,14 @@ TEST_F(Derivatives, Failures) {
     const char* msg = "input or output argument is NULL or data len or offset invaild";
     Doubles d(8);
     EXPECT_EQ(QV_ProfileTools_CalcDerivations(nullptr, 7, 0, 7, 2, d.data(), 2, nullptr), -2);
-    EXPECT_FAILED_WITH(1, -2, fn, msg);
+    EXPECT_FAILED(1, -2, fn, msg);
     EXPECT_EQ(QV_ProfileTools_CalcDerivations(kSquares.data(), 7, 0, 7, 2, nullptr, 2, nullptr), -2);
     EXPECT_EQ(QV_ProfileTools_CalcDerivations(kSquares.data(), 7, 8, 7, 2, d.data(), 2, nullptr), -2);
     EXPECT_EQ(QV_ProfileTools_CalcDerivations(kSquares.data(), 7, -1, 7, 2, d.data(), 2, nullptr), -2);
-    EXPECT_FAILED_WITH(1, -2, fn, msg);
+    EXPECT_FAILED(1, -2, fn, msg);
     Samples big(3000, 1);
     EXPECT_EQ(QV_ProfileTools_CalcDerivations(big.data(), 3000, 0, 2049, 2, d.data(), 2, nullptr), -5);
-    EXPECT_FAILED_WITH(1, -5, fn, "region of 2049 samples exceeds the working buffer of 2048 samples");
+    EXPECT_FAILED(1, -5, fn, "region of 2049 samples exceeds the working buffer of 2048 samples");
 }
 
 // d1 = {0, 0, 0, -30, -20, -10, 0, 0} and d2 = {0, 0, -30, -20, 20, 20, 10, 0} for widths 2, 2.
@@ -101,21 +101,21 @@ TEST_F(Edges, OutputsAndWarnings) {
     EXPECT_EQ(QV_ProfileTools_FindEdges(kProfile.data(), 8, 2, 100, 2, 2, 5, 1, 8, p2.data(), nullptr,
                                         nullptr, nullptr, nullptr),
               1);
-    EXPECT_FAILED_WITH(2, -5, fn, "roi length was invalid");
+    EXPECT_FAILED(2, -5, fn, "roi length was invalid");
     EXPECT_EQ(p2[0], 3);  // d2 of {100,100,70,80,60,80} is {0,-20,20,20,10,0}: peak at 1, +2
     EXPECT_EQ(QV_ProfileTools_FindEdges(kProfile.data(), 8, 0, 8, -2, 2, 15, 0, 8, p2.data(), nullptr,
                                         nullptr, nullptr, nullptr),
               1);
-    EXPECT_FAILED_WITH(2, -5, fn, "offset or data length or step size invalid");
+    EXPECT_FAILED(2, -5, fn, "offset or data length or step size invalid");
     EXPECT_EQ(QV_ProfileTools_FindEdges(kProfile.data(), 8, 0, 8, 2, 2, 5, 2, 8, p2.data(), nullptr,
                                         nullptr, nullptr, nullptr),
               -5);
-    EXPECT_FAILED_WITH(1, -5, fn, "mode invalid");
+    EXPECT_FAILED(1, -5, fn, "mode invalid");
     Samples big(2049, 0);
     EXPECT_EQ(QV_ProfileTools_FindEdges(big.data(), 2049, 0, 0, 2, 2, 5, 0, 8, p2.data(), nullptr, nullptr,
                                         nullptr, nullptr),
               -5);
-    EXPECT_FAILED_WITH(1, -5, fn, "region of 2049 samples exceeds the working buffer of 2048 samples");
+    EXPECT_FAILED(1, -5, fn, "region of 2049 samples exceeds the working buffer of 2048 samples");
 }
 
 TEST_F(Edges, StepsPairEdgesByIndex) {
@@ -140,9 +140,9 @@ TEST_F(Edges, StepsPairEdgesByIndex) {
     EXPECT_EQ(rise[1], -1);
     const char* fn = "QV_ProfileTools_FindSteps";
     EXPECT_EQ(steps(2, 5, 4), -5);
-    EXPECT_FAILED_WITH(1, -5, fn, "invalid step mode");
+    EXPECT_FAILED(1, -5, fn, "invalid step mode");
     EXPECT_EQ(QV_ProfileTools_FindSteps(nullptr, 30, 0, 0, 2, 2, 20, 20, 0, 5, 4, nullptr, nullptr), -5);
-    EXPECT_FAILED_WITH(1, -5, fn, "input data is null or datalen invalid");
+    EXPECT_FAILED(1, -5, fn, "input data is null or datalen invalid");
 }
 
 TEST_F(Resampling, RotateProfile) {
@@ -159,9 +159,9 @@ TEST_F(Resampling, RotateProfile) {
     EXPECT_EQ(out, p);
     EXPECT_EQ(count(), 0u);
     EXPECT_EQ(QV_ProfileTools_RotateProfile(p.data(), 6, 81, 1, 1, out.data(), nullptr), -2);
-    EXPECT_FAILED_WITH(1, -2, "QV_ProfileTools_RotateProfile", "profile data is NULL, or len invalid or angle invalid");
+    EXPECT_FAILED(1, -2, "QV_ProfileTools_RotateProfile", "profile data is NULL, or len invalid or angle invalid");
     EXPECT_EQ(QV_ProfileTools_RotateProfile(p.data(), 6, 10, 0, 1, out.data(), nullptr), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_MathTools_SlopeFromDegrees", "scale factors must not be 0");
+    EXPECT_FAILED(1, -5, "QV_MathTools_SlopeFromDegrees", "scale factors must not be 0");
 }
 
 TEST_F(Resampling, SampleValues) {
@@ -178,9 +178,9 @@ TEST_F(Resampling, SampleValues) {
     std::vector<float> four(4, -1);
     EXPECT_EQ(QV_ProfileTools_SampleValues(v.data(), 4, 4, four.data(), 0), 4);
     EXPECT_EQ(four, (std::vector<float>{1, 2, 3, -1}));
-    EXPECT_FAILED_WITH(1, -5, "QV_ProfileTools_SampleValues", "invalid index");
+    EXPECT_FAILED(1, -5, "QV_ProfileTools_SampleValues", "invalid index");
     EXPECT_EQ(QV_ProfileTools_SampleValues(nullptr, 4, 4, four.data(), 0), -2);
-    EXPECT_FAILED_WITH(1, -2, "QV_ProfileTools_SampleValues", "input or output values is NULL");
+    EXPECT_FAILED(1, -2, "QV_ProfileTools_SampleValues", "input or output values is NULL");
     EXPECT_EQ(QV_ProfileTools_SampleValues(v.data(), 4, 0, four.data(), 0), 0);
 }
 

@@ -82,7 +82,7 @@ TEST_F(GapFiller, ShortIslandsAwayFromTheBordersAreRemoved) {
 TEST_F(GapFiller, Failures) {
     uint16_t one = 1;
     EXPECT_EQ(QV_ProfileTools_GapFiller(0, nullptr, 5, 0, 0, 0, nullptr), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_ProfileTools_GapFiller", "data is  NULL or width is invalid");
+    EXPECT_FAILED(1, -5, "QV_ProfileTools_GapFiller", "data is  NULL or width is invalid");
     EXPECT_EQ(QV_ProfileTools_GapFiller(0, &one, 0, 0, 0, 0, nullptr), -5);
     Line zeros(5, 0);  // nothing valid: returns right after filling, no ramp
     EXPECT_EQ(fill(4, zeros, 50, 0, 0), zeros);
@@ -116,7 +116,7 @@ TEST_F(GapFiller, PoreDetectionReferenceAndLastValue) {
     EXPECT_EQ(holes[1279], 5);
     EXPECT_EQ(holes[1280], 0);
     EXPECT_EQ(QV_ProfileTools_GapFiller_Porenerkennung(1, nullptr, 5, 5, 0, 0), 0);
-    EXPECT_FAILED_WITH(1, -5, "QV_ProfileTools_GapFiller_Porenerkennung", "data is  NULL or width is invalid");
+    EXPECT_FAILED(1, -5, "QV_ProfileTools_GapFiller_Porenerkennung", "data is  NULL or width is invalid");
 }
 
 TEST_F(GapFiller, CreateMask) {
@@ -127,7 +127,7 @@ TEST_F(GapFiller, CreateMask) {
     EXPECT_EQ(QV_ProfileTools_GapFiller_CreateMask(p.data(), mask.data(), 4, 0, 1, -1), 2);
     EXPECT_EQ(mask, (Line{1, 5, 1, 7}));
     EXPECT_EQ(QV_ProfileTools_GapFiller_CreateMask(p.data(), nullptr, 4, 0, 1, 0), -2);
-    EXPECT_FAILED_WITH(1, -2, "QV_ProfileTools_GapFiller_CreateMask", "profile or mask is NULL");
+    EXPECT_FAILED(1, -2, "QV_ProfileTools_GapFiller_CreateMask", "profile or mask is NULL");
 }
 
 }  // namespace

@@ -27,10 +27,10 @@ TEST_F(ProfileStats, CalcMeanUsesEveryStepthSample) {
 TEST_F(ProfileStats, CalcMeanFailures) {
     const Samples p = {1, 2};
     EXPECT_EQ(QV_ProfileTools_CalcMean(nullptr, 2, 1, nullptr), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_ProfileTools_CalcMean", "input data invalid");
+    EXPECT_FAILED(1, -5, "QV_ProfileTools_CalcMean", "input data invalid");
     EXPECT_EQ(QV_ProfileTools_CalcMean(p.data(), 0, 1, nullptr), -5);
     EXPECT_EQ(QV_ProfileTools_CalcMean(p.data(), 2, 0, nullptr), -5);  // would never end
-    EXPECT_FAILED_WITH(1, -5, "QV_ProfileTools_CalcMean", "input data invalid");
+    EXPECT_FAILED(1, -5, "QV_ProfileTools_CalcMean", "input data invalid");
 }
 
 TEST_F(ProfileStats, NormalizeTruncatesTowardZeroAndShiftsEverySample) {
@@ -49,7 +49,7 @@ TEST_F(ProfileStats, NormalizeTruncatesTowardZeroAndShiftsEverySample) {
     EXPECT_EQ(q, (Samples{2, 7, -2}));
     EXPECT_EQ(mean, 0.0);
     EXPECT_EQ(QV_ProfileTools_NormalizeProfile(p.data(), 4, out.data(), 0, &mean), -2);
-    EXPECT_FAILED_WITH(1, -2, "QV_ProfileTools_NormalizeProfile",
+    EXPECT_FAILED(1, -2, "QV_ProfileTools_NormalizeProfile",
                        "input profile output profile pointer is NULL or step size invalid");
 }
 
@@ -60,9 +60,9 @@ TEST_F(ProfileStats, FilterBitMask) {
     EXPECT_EQ(QV_ProfileTools_FilterBitMask(src.data(), nullptr, 3, 0x0004, 100, 0), 0);
     EXPECT_EQ(src, (std::vector<uint16_t>{100, 0, 100}));
     EXPECT_EQ(QV_ProfileTools_FilterBitMask(nullptr, dst.data(), 3, 1, 1, 0), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_ProfileTools_FilterBitMask", "mask or destination array is  NULL");
+    EXPECT_FAILED(1, -5, "QV_ProfileTools_FilterBitMask", "mask or destination array is  NULL");
     EXPECT_EQ(QV_ProfileTools_FilterBitMask(src.data(), dst.data(), 0, 1, 1, 0), -5);
-    EXPECT_FAILED_WITH(1, -5, "QV_ProfileTools_FilterBitMask", "w < 1");
+    EXPECT_FAILED(1, -5, "QV_ProfileTools_FilterBitMask", "w < 1");
 }
 
 // Runs all three match functions; returns their offsets (cross, squared difference, NCC).
@@ -152,9 +152,9 @@ TEST_F(ProfileMatch, Failures) {
             return QV_ProfileTools_MatchProfilesNormalizedCrossCorr(t, n, a.data(), 3, step, 0, nullptr, &offset);
         };
         EXPECT_EQ(run(a.data(), 3, 1), -5);
-        EXPECT_FAILED_WITH(1, -5, names[f], "test profile must be shorter than reference profile");
+        EXPECT_FAILED(1, -5, names[f], "test profile must be shorter than reference profile");
         EXPECT_EQ(run(nullptr, 2, 1), -2);
-        EXPECT_FAILED_WITH(1, -2, names[f], "reference profile or test profile is NULL, or stepSize is invalid");
+        EXPECT_FAILED(1, -2, names[f], "reference profile or test profile is NULL, or stepSize is invalid");
         EXPECT_EQ(run(a.data(), 2, 0), -2);
     }
     EXPECT_EQ(offset, 77u);

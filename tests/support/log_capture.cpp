@@ -2,6 +2,7 @@
 #include "support/log_capture.h"
 
 #include <atomic>
+#include <cctype>
 #include <random>
 #include <regex>
 
@@ -52,7 +53,7 @@ std::vector<std::string> LogTest::linesContaining(const std::string& text) {
     return out;
 }
 
-std::string LogTest::withoutTime(const std::string& line) {
+std::string stripHeader(const std::string& line) {
     static const std::regex header(R"(^\[-?\d+\] \d\d:\d\d:\d\d: )");
     return std::regex_replace(line, header, "", std::regex_constants::format_first_only);
 }
@@ -89,6 +90,18 @@ std::filesystem::path LogTest::tempDir() {
     if (code != 0 && QV_GetLastError() != code)
         return ::testing::AssertionFailure() << "last error is " << QV_GetLastError() << ", expected " << code;
     return ::testing::AssertionSuccess();
+}
+
+::testing::AssertionResult LastFailureFrom(int level, int code, const std::string& function,
+                                           const std::string& message) {
+    const std::string body = stripHeader(records().empty() ? std::string() : records().back().line);
+    const std::string head = function + "(";
+    std::size_t end = head.size();
+    while (end < body.size() && std::isdigit(static_cast<unsigned char>(body[end]))) ++end;
+    if (body.compare(0, head.size(), head) != 0 || end == head.size() || body.compare(end, 3, "): ") != 0)
+        return ::testing::AssertionFailure() << "last line \"" << (records().empty() ? "" : records().back().line)
+                                             << "\" is not a failure of " << function;
+    return LastFailureIs(level, code, body.substr(0, end + 3) + message);
 }
 
 }  // namespace qvtest

@@ -23,6 +23,8 @@ struct LogRecord {
 // Every line the capture logger received since the last clear().
 const std::vector<LogRecord>& records();
 void clear();
+// The part of a library failure line after its "[level] hh:mm:ss: " header.
+std::string stripHeader(const std::string& line);
 
 class LogTest : public ::testing::Test {
 protected:
@@ -38,7 +40,7 @@ protected:
     static std::size_t count() { return records().size(); }
     // The part of a library failure line after the "[level] hh:mm:ss: " header, so that tests
     // compare "Function(line): message" exactly without depending on the clock.
-    static std::string withoutTime(const std::string& line);
+    static std::string withoutTime(const std::string& line) { return stripHeader(line); }
 
     // A fresh directory for this test, removed in TearDown.
     std::filesystem::path tempDir();
@@ -51,6 +53,13 @@ private:
 // given level and code, and that the last error is that code.
 ::testing::AssertionResult LastFailureIs(int level, int code, const std::string& functionAndMessage);
 
+// The same for a failure whose source line carries no fixed number: the last line is
+// "[level] hh:mm:ss: <function>(<any number>): <message>".
+::testing::AssertionResult LastFailureFrom(int level, int code, const std::string& function,
+                                           const std::string& message);
+
 }  // namespace qvtest
 
 #define EXPECT_LAST_FAILURE(level, code, text) EXPECT_TRUE(::qvtest::LastFailureIs((level), (code), (text)))
+#define EXPECT_FAILED(level, code, function, message) \
+    EXPECT_TRUE(::qvtest::LastFailureFrom((level), (code), (function), (message)))
