@@ -58,8 +58,13 @@ QV_API int AppendChild(QVTreeNode* parent, QVTreeNode* child) {
         int size = parent->childArraySize;
         if (!resizeChildren(parent, size < 1 ? 8 : size * 2, kFn)) return QV_ERR_MEMORY;
     }
-    if (child->parent && !RemoveChild(child->parent, child))
-        return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "%s", kCannotMoveMsg);
+    // A child of another parent is removed there. One that parent does not hold in a slot (a
+    // copy that only names its parent) is attached all the same; only a property-list node is
+    // refused, since its owner would keep pointing at it once it is released elsewhere.
+    if (QVTreeNode* old = child->parent) {
+        if (!RemoveChild(old, child) && old->properties == child)
+            return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "%s", kCannotMoveMsg);
+    }
     parent->children[slot] = child;
     child->parent = parent;
     child->prevSibling = nullptr;

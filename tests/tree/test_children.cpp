@@ -239,6 +239,35 @@ TEST_F(Children, MovingBetweenParentsAndCycles) {
     ReleaseTreeNode(b, 0);
 }
 
+TEST_F(Children, AppendTakesANodeItsOldParentDoesNotHold) {
+    // A copy made for `a` names `a` as its parent without sitting in any of its slots: there is
+    // nothing to remove it from, and appending it elsewhere simply attaches it.
+    QVTreeNode* a = node("a", 1);
+    QVTreeNode* b = node("b", 2);
+    auto kids = children(a, 2);
+    QVTreeNode* source = node("src", 4);
+    QVTreeNode* copy = CopyTreeNode(source, a, 0, eSetPtr);
+    ASSERT_NE(copy, nullptr);
+    ASSERT_EQ(copy->parent, a);
+    qvtest::clear();
+    EXPECT_EQ(AppendChild(b, copy), 0);
+    EXPECT_EQ(count(), 0u);
+    EXPECT_EQ(copy->parent, b);
+    EXPECT_EQ(copy->refCount, 1);
+    EXPECT_EQ(copy->indexInParent, 0);
+    EXPECT_EQ(slots(b), "src,-,-,-,-,-,-,-");
+    EXPECT_EQ(slots(a), "c0,c1,-,-,-,-,-,-");
+    EXPECT_EQ(a->numChildren, 2);
+    // The property-list node of another node is never moved: its owner keeps pointing at it.
+    QVTreeNode* owner = CreateEmptyTreeNode("owner", 3);
+    EXPECT_EQ(AppendChild(b, owner->properties), -5);
+    EXPECT_LAST_LINE(1, -5, "AppendChild",
+                     "the node is already a child node of another parent node, but cannot be removed there");
+    EXPECT_EQ(owner->properties->parent, owner);
+    EXPECT_EQ(b->numChildren, 1);
+    for (QVTreeNode* x : {owner, a, b, source}) ReleaseTreeNode(x, 0);
+}
+
 TEST_F(Children, RemoveFailures) {
     QVTreeNode* p = node("p", 0, eShift, 4);
     auto c = children(p, 1);
