@@ -200,7 +200,6 @@ QV_API int SetData(void** slot, const void* value, int dataType, int mode) {
 
 QV_API int ReleaseData(void* data, int dataType, int /*id*/) {
     constexpr const char* kFn = "ReleaseData";
-    if (!data) return 0;
     switch (dataType) {
     case eQVArray: return ReleaseArray(static_cast<QVArray*>(data), 1);
     case eQVRectF:

@@ -61,7 +61,7 @@ QV_API QVTreeNode* SetPropertyEx(QVTreeNode* node, int id, const char* name, con
     SetData(&prepared, value, dataType, mode);
     property = CreateTreeNodeN(dataType, prepared, name, id, eShift, 0, 0);
     if (!property) {
-        if (mode & QV_DATA_OWNED_MASK) ReleaseData(prepared, dataType, id);
+        if (prepared && (mode & QV_DATA_OWNED_MASK)) ReleaseData(prepared, dataType, id);
         return nullptr;
     }
     property->access = access;

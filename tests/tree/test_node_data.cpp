@@ -195,7 +195,16 @@ TEST_F(NodeData, ReleaseDataLeavesPointsAlone) {
     EXPECT_EQ(ReleaseData(point, eFloatPoint2d, 0), -5);
     EXPECT_LAST_LINE(5, 0, "ReleaseData", "cannot delete data with data type point_2f");
     std::free(point);  // still ours: nothing was freed
+    // A null value goes the same way as any other of its type: freeing nothing is fine for a
+    // plain value, the array and binary releases report their null record, points stay refused.
     EXPECT_EQ(ReleaseData(nullptr, eInt, 0), 0);
+    EXPECT_EQ(ReleaseData(nullptr, eQVArray, 0), -2);
+    EXPECT_LAST_LINE(4, 0, "ReleaseArray", "array is NULL");
+    EXPECT_EQ(ReleaseData(nullptr, eQVBinaryData, 0), -2);
+    EXPECT_LAST_LINE(1, -2, "ReleaseBinaryData", "binary data is NULL, cannot release data");
+    EXPECT_EQ(ReleaseData(nullptr, eDoublePoint3d, 0), -5);
+    EXPECT_LAST_LINE(5, 0, "ReleaseData", "cannot delete data with data type point_3d");
+    EXPECT_EQ(ReleaseData(nullptr, eNoData, 0), 0);
 }
 
 TEST_F(NodeData, ReleaseNodeDataByOwnership) {
