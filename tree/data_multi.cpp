@@ -72,7 +72,8 @@ QV_API int SetAllNodeDataMultiByID(QVTreeNode* root, QVTreeNode* source, int mod
                                    unsigned searchFlags) {
     constexpr const char* kFn = "SetAllNodeDataMultiByID";
     if (!source) return QV_FAIL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "source node is NULL");
-    if (!root) return QV_FAIL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "dest node is NULL");
+    // A null root is reported by each single setting (SetNodeDataMulti); its negative counts
+    // are not added, so the total is 0.
     int total = 0;
     auto add = [&total](int count) {
         if (count > 0) total += count;

@@ -208,6 +208,10 @@ TEST_F(Multi, ByIdFromSourceNodes) {
     EXPECT_EQ(SetAllNodeDataMultiByID(root, tree, eOverwriteData, 0x10), 2);
     EXPECT_EQ(va, 1);
     EXPECT_EQ(vaa, 2);
+    // Without a tree to set, every single setting reports it and nothing is counted.
+    EXPECT_EQ(SetAllNodeDataMultiByID(nullptr, tree, eOverwriteData, 0x10), 0);
+    EXPECT_EQ(linesContaining("dest node is NULL").size(), 2u);  // the source and its child
+    EXPECT_LAST_LINE(1, -2, "SetNodeDataMulti", "dest node is NULL");
     EXPECT_EQ(SetAllNodeDataMultiByID(root, nullptr, eOverwriteData, 0x10), -2);
     EXPECT_LAST_LINE(1, -2, "SetAllNodeDataMultiByID", "source node is NULL");
     for (QVTreeNode* x : {src, ref, tree}) ReleaseTreeNode(x, 1);
