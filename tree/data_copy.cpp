@@ -32,9 +32,12 @@ QV_API int CopyNodeData(QVTreeNode* source, QVTreeNode* destination, int mode) {
         if (source->dataHint && (destination->dataHint || InitNodeDataHint(destination) == 0))
             std::memcpy(destination->dataHint, source->dataHint, QV_STRING_SIZE);
     }
-    // The valid list of a property-list node is that node's own bookkeeping, not a value: it is
-    // never copied nor shared (sharing it would free it twice), as eOverwriteData leaves it too.
-    if (source->dataType == eQVPropertyList) return 0;
+    // The valid list of a property-list node is that node's own bookkeeping: the modes that
+    // would hand the source's list to the destination are skipped, since both nodes would then
+    // free it. Every other mode goes through SetNodeData as for any value.
+    if (source->dataType == eQVPropertyList &&
+        (mode == eReplacePtr || mode == eSwapPtr || mode == eSetPtr))
+        return 0;
     return SetNodeData(destination, source->data, source->dataType, mode);
 }
 

@@ -64,6 +64,20 @@ TEST_F(CopyMulti, CopyAllNodeDataByDepthAndId) {
     EXPECT_EQ(CopyAllNodeData(src, dst, -1, eOverwriteData, 1), -5);
     EXPECT_EQ(linesContaining("could not find a child 'b' of copy node root").size(), 1u);
     EXPECT_EQ(w[4], 14);
+    // With eAllocNewPtr the values are copied into new storage; the property lists' own valid
+    // lists cannot be allocated that way, which is reported and leaves both lists in place.
+    void* dstList = dst->properties->data;
+    qvtest::clear();
+    EXPECT_EQ(CopyAllNodeData(src, dst, 0, eAllocNewPtr, 0), -5);
+    EXPECT_LAST_LINE(1, -5, "SetNodeData", "could not set data for node Properties (dataType: qv_prop_lst [-16])");
+    EXPECT_EQ(linesContaining("unknown dataType to set data in mode eAllocNewPtr").size(), 1u);
+    EXPECT_EQ(dst->properties->data, dstList);
+    ASSERT_NE(dst->data, &w[0]);
+    EXPECT_EQ(*static_cast<int*>(dst->data), 10);
+    EXPECT_EQ(dst->dataFlags, 16u);
+    QVTreeNode* copiedProp = FindChildByID(dst->properties, 7);
+    EXPECT_NE(copiedProp->data, &w[1]);
+    EXPECT_EQ(*static_cast<int*>(copiedProp->data), 11);
     EXPECT_EQ(CopyAllNodeData(src, nullptr, 1, eOverwriteData, 0), -2);
     EXPECT_LAST_LINE(1, -2, "CopyAllNodeData", "copy node is NULL");
     EXPECT_EQ(CopyAllNodeData(nullptr, dst, 1, eOverwriteData, 0), -2);
