@@ -70,11 +70,12 @@ QV_API int CopyAllNodeData(QVTreeNode* source, QVTreeNode* destination, int dept
 
 QV_API QVTreeNode* CopyTreeNode(QVTreeNode* source, QVTreeNode* parent, int depth, int mode) {
     if (!source) return nullptr;
-    QVTreeNode* copy = CreateTreeNodeN(source->dataType, nullptr, source->baseName, source->id,
+    // The copy is created under the source's (displayed) name, which becomes both its name and
+    // its base name.
+    QVTreeNode* copy = CreateTreeNodeN(source->dataType, nullptr, source->name, source->id,
                                        source->childOrderMode, 0,
                                        source->childArraySize > 0 ? source->childArraySize : 0);
     if (!copy) return nullptr;
-    copyName(copy->name, source->name);
     CopyNodeData(source, copy, mode);
 
     if (source->properties) {

@@ -96,6 +96,9 @@ TEST_F(CopyMulti, CopyTreeNodeMakesAnIndependentTree) {
     QVTreeNode* aa = CreateEmptyTreeNode("aa", 2);
     AppendChild(a, aa);
     QVTreeNode* holder = CreateEmptyTreeNode("holder", 9);
+    // A displayed name that differs from the base name (as after localization) becomes both
+    // names of the copy.
+    std::strcpy(aa->name, "Displayed");
 
     QVTreeNode* copy = CopyTreeNode(root, holder, -1, eAllocNewPtr);
     ASSERT_NE(copy, nullptr);
@@ -108,7 +111,8 @@ TEST_F(CopyMulti, CopyTreeNodeMakesAnIndependentTree) {
     EXPECT_EQ(*static_cast<int*>(a2->data), 5);
     EXPECT_EQ(a2->level, 1);
     ASSERT_EQ(a2->numChildren, 1);
-    EXPECT_STREQ(a2->children[0]->baseName, "aa");
+    EXPECT_STREQ(a2->children[0]->name, "Displayed");
+    EXPECT_STREQ(a2->children[0]->baseName, "Displayed");
     QVTreeNode* label = FindChildByID(copy->properties, 20);
     ASSERT_NE(label, nullptr);
     EXPECT_NE(label->data, FindChildByID(root->properties, 20)->data);
