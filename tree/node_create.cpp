@@ -30,8 +30,9 @@ QVTreeNode* createPropertyList(QVTreeNode* owner, int dataType, int listCapacity
         ReleaseArray(list, 0);
         return nullptr;
     }
+    // Only the parent is set: the list keeps the level 0 of a new record until the owner's
+    // levels are next set (attaching the owner, setNodeLevel).
     props->parent = owner;
-    props->level = static_cast<unsigned short>(owner->level + 1);
     return props;
 }
 

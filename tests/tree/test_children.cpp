@@ -313,7 +313,7 @@ TEST_F(Children, QueriesAndLevels) {
     EXPECT_EQ(GetChildIndexByID(root, 99), -1);
     EXPECT_LAST_LINE(2, -5, "GetChildIndexByID", "child with specified ID could not be found");
     EXPECT_EQ(b[0]->level, 2);
-    EXPECT_EQ(root->properties->level, 1);
+    EXPECT_EQ(root->properties->level, 0);  // a root's list keeps the level of a new record
     EXPECT_EQ(findParentOfLevel(b[0], 1), a[1]);
     EXPECT_EQ(findParentOfLevel(b[0], 3), nullptr);
     EXPECT_EQ(setNodeLevel(a[1], 5), 0);

@@ -184,7 +184,10 @@ TEST_F(Multi, SetsMatchingWritableNodesAtTheLevel) {
     EXPECT_EQ(SetNodeDataMulti(root, 5, &value, eInt, 2, eOverwriteData, 0x10), 1);
     EXPECT_EQ(vaa, 7);
     EXPECT_EQ(vp, 0);
-    EXPECT_EQ(SetNodeDataMulti(root, 5, &value, eInt, 2, eOverwriteData, 0x20), 1);
+    // The root's property list keeps the level 0 of a new record, so its properties are at 1.
+    EXPECT_EQ(SetNodeDataMulti(root, 5, &value, eInt, 2, eOverwriteData, 0x20), 0);
+    EXPECT_EQ(vp, 0);
+    EXPECT_EQ(SetNodeDataMulti(root, 5, &value, eInt, 1, eOverwriteData, 0x20), 1);
     EXPECT_EQ(vp, 7);
     // A node already holding the value's pointer is not counted.
     EXPECT_EQ(SetNodeDataMulti(root, 5, &value, eInt, 1, eSetPtr, 0x11), 1);
