@@ -187,6 +187,25 @@ TEST_F(ProfileCorrelation, SignedSquaredCoefficientWithIntegerMeans) {
     EXPECT_EQ(pos, 0u);
 }
 
+TEST_F(ProfileCorrelation, ProductsOfCentredSamplesAre32Bit) {
+    // a = {-32768, 32767, 32767, 32767}: integer mean 16383, centred {-49151, 16384, 16384,
+    // 16384}. (-49151)^2 = 2415820801 wraps in 32 bits to -1879146495, so aa = bb = x =
+    // -1073840127 and the self-correlation is -(x^2 / (aa * bb)) = -1, not +1.
+    const Samples a = {-32768, 32767, 32767, 32767};
+    double curve = 9, best = -9;
+    unsigned pos = 9;
+    EXPECT_EQ(QV_ProfileTools_Correlation(a.data(), a.data(), 4, 4, 1, &curve, &best, &pos), 0);
+    EXPECT_DOUBLE_EQ(curve, -1.0);
+    EXPECT_EQ(best, 0.0);
+    EXPECT_EQ(pos, 0u);
+    // Below the wrap-around the same shape correlates with +1.
+    const Samples small = {-16384, 16383, 16383, 16383};
+    EXPECT_EQ(QV_ProfileTools_Correlation(small.data(), small.data(), 4, 4, 1, &curve, &best, &pos), 0);
+    EXPECT_DOUBLE_EQ(curve, 1.0);
+    EXPECT_DOUBLE_EQ(best, 1.0);
+    EXPECT_EQ(count(), 0u);
+}
+
 TEST_F(ProfileCorrelation, SilentFailures) {
     std::vector<int16_t> big(1001, 1);
     std::vector<double> curve(2);
