@@ -1,12 +1,15 @@
 // Correlation curve between a short profile a and every stretch of a profile b: the signed
 // square of the correlation coefficient of the mean-free stretches, with the best positive
 // value and its shift. Means are integer means (truncated); working arrays hold 1000 samples.
+// Each product of two centred samples is a 32-bit signed integer (it wraps beyond 46340^2)
+// before it is added to a double sum.
 #include <cmath>
 
 #include "measure/measure_internal.h"
 
 namespace {
 constexpr int kMaxSamples = 1000;
+using qv::measure::wrapMul;
 }
 
 extern "C" {
@@ -31,7 +34,7 @@ QV_API int QV_ProfileTools_Correlation(const int16_t* a, const int16_t* b, int c
     double aa = 0.0;
     for (int i = 0; i < countA; i += step) {
         ca[i] = a[i] - meanA;
-        aa += static_cast<double>(ca[i]) * ca[i];
+        aa += wrapMul(ca[i], ca[i]);
     }
     double best = 0.0;
     unsigned int position = 0;
@@ -44,11 +47,11 @@ QV_API int QV_ProfileTools_Correlation(const int16_t* a, const int16_t* b, int c
         double bb = 0.0;
         for (int j = s; j < s + countA; j += step) {
             cb[j] = b[j] - meanB;
-            bb += static_cast<double>(cb[j]) * cb[j];
+            bb += wrapMul(cb[j], cb[j]);
         }
         const double den = aa * bb;
         double x = 0.0;
-        for (int i = 0; i < countA; i += step) x += static_cast<double>(ca[i]) * cb[s + i];
+        for (int i = 0; i < countA; i += step) x += wrapMul(ca[i], cb[s + i]);
         // Signed squared correlation; a constant stretch (den == 0) gives inf or NaN.
         curve[s] = x >= 0.0 ? x * x / den : -(x * x / den);
         if (curve[s] > best) {

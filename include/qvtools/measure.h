@@ -226,7 +226,8 @@ QV_API int QV_ProfileTools_MatchProfilesNormalizedCrossCorr(const int16_t* test,
                                                             unsigned int* offset);
 
 /* Signed squared correlation of a against every stretch of b (shifts 0 ... countB - countA),
- * written to curve; maxValue/maxPosition get the best positive value and its shift (0.0 and 0
+ * from integer means and 32-bit products of the centred samples (summed in double), written
+ * to curve; maxValue/maxPosition get the best positive value and its shift (0.0 and 0
  * when none is positive). Returns 0, or -1 without logging when a count is below 1 or above
  * 1000, countB < countA, step < 1 or a pointer is null. */
 QV_API int QV_ProfileTools_Correlation(const int16_t* a, const int16_t* b, int countA, int countB,

@@ -1,6 +1,7 @@
 // The random five-point ellipse fit and the spline resampling.
 #include <opencv2/core/types_c.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <vector>
@@ -57,6 +58,33 @@ TEST_F(EllipseFit, FiveExactPointsGiveTheEllipse) {
     }
     EXPECT_TRUE(centre);
     EXPECT_FALSE(far);
+}
+
+TEST_F(EllipseFit, ExactTiltedEllipseHasItsFociOnTheMajorAxis) {
+    // u^2 + u v + v^2 = 3 around (10, 20): semi-axes sqrt(6) along (1, -1) and sqrt(2) along
+    // (1, 1), foci 2 from the centre on the major axis. Any five of the six points fix it.
+    const int c[6][2] = {{1, 1}, {-1, -1}, {1, -2}, {-1, 2}, {2, -1}, {-2, 1}};
+    std::vector<CvPoint> pts;
+    for (const auto& p : c) pts.push_back(pt(10 + p[0], 20 + p[1]));
+    for (unsigned seed = 1; seed <= 5; ++seed) {
+        std::srand(seed);
+        int status = 9;
+        const QV_Ellipse e = QV_MathTools_FitEllipse(pts, 6, &status, nullptr);
+        EXPECT_EQ(status, 0);
+        EXPECT_NEAR(e.centerX, 10, 1e-6);
+        EXPECT_NEAR(e.centerY, 20, 1e-6);
+        EXPECT_NEAR(e.axis1, std::sqrt(6.0), 1e-6);
+        EXPECT_NEAR(e.axis2, std::sqrt(2.0), 1e-6);
+        EXPECT_NEAR(std::fmod(e.angle + 360, 180), 135, 1e-6);
+        // The foci, in either order, are (10 -+ sqrt 2, 20 +- sqrt 2).
+        const double r2 = std::sqrt(2.0);
+        const double fx = std::min(e.focus1X, e.focus2X), fy = std::max(e.focus1Y, e.focus2Y);
+        EXPECT_NEAR(fx, 10 - r2, 1e-6);
+        EXPECT_NEAR(fy, 20 + r2, 1e-6);
+        EXPECT_NEAR(e.focus1X + e.focus2X, 20, 1e-6);
+        EXPECT_NEAR(e.focus1Y + e.focus2Y, 40, 1e-6);
+        EXPECT_NEAR((e.focus1X - 10) * (e.focus1Y - 20), -2, 1e-6);  // on the (1, -1) line
+    }
 }
 
 TEST_F(EllipseFit, TiltedEllipseFromRoundedPoints) {

@@ -29,6 +29,19 @@ TEST_F(MathStats, QuantileMedianAndTrimmedMean) {
     EXPECT_EQ(count(), 0u);
 }
 
+TEST_F(MathStats, TrimmedMeanRoundsTheUpperBoundHalfUp) {
+    // count 6, q = 0.25: lo = trunc(1.5) - 1 = 0, hi = round(4.5) - 1 = 4: the mean of 1 ... 5.
+    const double six[] = {6, 5, 4, 3, 2, 1};
+    double trimmed = -1, quantile = -1;
+    EXPECT_EQ(QV_MathTools_PQuantile(six, 6, 0.25, &trimmed, &quantile), 0);
+    EXPECT_DOUBLE_EQ(trimmed, 3.0);
+    EXPECT_DOUBLE_EQ(quantile, 2.25);
+    EXPECT_EQ(QV_MathTools_PQuantile(six, 6, 0.75, &trimmed, &quantile), 0);
+    EXPECT_DOUBLE_EQ(trimmed, 3.0);
+    EXPECT_DOUBLE_EQ(quantile, 4.75);
+    EXPECT_EQ(count(), 0u);
+}
+
 TEST_F(MathStats, QuantileRangeTooSmallIsLoggedButNotFailed) {
     const double two[] = {5, 1};
     double trimmed = -1, quantile = -1;

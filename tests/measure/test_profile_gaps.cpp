@@ -79,6 +79,26 @@ TEST_F(GapFiller, ShortIslandsAwayFromTheBordersAreRemoved) {
     EXPECT_EQ(out[41], 0);
 }
 
+TEST_F(GapFiller, IslandGuardBoundsAreStrict) {
+    // Valid from 0 to 169 (below width - 30): lowGuard = 30, highGuard = 169 - 30 = 139.
+    Line a(200, 500);
+    a[29] = a[32] = 0;    // island 30-31 starts at lowGuard: kept
+    a[135] = a[138] = 0;  // island 136-137 ends at the zero 138 < 139: removed
+    Line out = fill(7, a, 0, 3, 0);
+    EXPECT_EQ(out[30], 500);
+    EXPECT_EQ(out[31], 500);
+    EXPECT_EQ(out[136], 0);
+    EXPECT_EQ(out[137], 0);
+    Line b(200, 500);
+    b[30] = b[33] = 0;    // island 31-32 starts after lowGuard: removed
+    b[136] = b[139] = 0;  // island 137-138 ends at the zero 139, not below highGuard: kept
+    out = fill(7, b, 0, 3, 0);
+    EXPECT_EQ(out[31], 0);
+    EXPECT_EQ(out[32], 0);
+    EXPECT_EQ(out[137], 500);
+    EXPECT_EQ(out[138], 500);
+}
+
 TEST_F(GapFiller, Failures) {
     uint16_t one = 1;
     EXPECT_EQ(QV_ProfileTools_GapFiller(0, nullptr, 5, 0, 0, 0, nullptr), -5);

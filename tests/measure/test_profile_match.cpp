@@ -127,6 +127,24 @@ TEST_F(ProfileMatch, ScoreLimitsAndWrappedSquares) {
     EXPECT_EQ(corr, -1.0);
 }
 
+TEST_F(ProfileMatch, SumsAre64BitAndSqrDiffPairsContiguousTestWithSteppedReference) {
+    unsigned offset = 0;
+    // Offset 3 scores 3 * 32767^2 = 3221028867, beyond 32 bits; offset 2 scores 2147352578.
+    const Samples high = {32767, 32767, 32767}, ref = {0, 0, 0, 32767, 32767, 32767, 0};
+    EXPECT_EQ(QV_ProfileTools_MatchProfilesCrossCorr(high.data(), 3, ref.data(), 7, 1, 0, &offset), 0);
+    EXPECT_EQ(offset, 3u);
+    // Squared differences of 4.5e9 and 4e9 are both above the starting 1e9: no offset (a
+    // 32-bit sum would wrap below it).
+    const Samples zeros = {0, 0, 0, 0, 0}, far = {30000, 30000, 30000, 30000, 30000, 20000, 0};
+    EXPECT_EQ(QV_ProfileTools_MatchProfilesSqrDiffSumCorr(zeros.data(), 5, far.data(), 7, 1, 0, &offset), 0);
+    EXPECT_EQ(offset, kNone);
+    // Step 2: test[0], test[1] meet reference[o], reference[o+2] and match exactly at offset 1;
+    // a common stride (test[0], test[2]) would pick offset 3.
+    const Samples t = {5, 7, 0, 0}, r = {0, 5, 0, 7, 0, 0, 0, 0};
+    EXPECT_EQ(QV_ProfileTools_MatchProfilesSqrDiffSumCorr(t.data(), 4, r.data(), 8, 2, 0, &offset), 0);
+    EXPECT_EQ(offset, 1u);
+}
+
 TEST_F(ProfileMatch, NormalizeWorksOnCopies) {
     const Samples test = {11, 12, 13}, ref = {10, 10, 10, 10, 11, 12, 13, 10, 10};
     const Samples testBefore = test, refBefore = ref;
@@ -185,6 +203,25 @@ TEST_F(ProfileCorrelation, SignedSquaredCoefficientWithIntegerMeans) {
     EXPECT_EQ(QV_ProfileTools_Correlation(a.data(), periodic.data(), 2, 5, 1, c4.data(), &best, &pos), 0);
     EXPECT_EQ(c4[2], c4[0]);
     EXPECT_EQ(pos, 0u);
+}
+
+TEST_F(ProfileCorrelation, ProductsOfCentredSamplesAre32Bit) {
+    // a = {-32768, 32767, 32767, 32767}: integer mean 16383, centred {-49151, 16384, 16384,
+    // 16384}. (-49151)^2 = 2415820801 wraps in 32 bits to -1879146495, so aa = bb = x =
+    // -1073840127 and the self-correlation is -(x^2 / (aa * bb)) = -1, not +1.
+    const Samples a = {-32768, 32767, 32767, 32767};
+    double curve = 9, best = -9;
+    unsigned pos = 9;
+    EXPECT_EQ(QV_ProfileTools_Correlation(a.data(), a.data(), 4, 4, 1, &curve, &best, &pos), 0);
+    EXPECT_DOUBLE_EQ(curve, -1.0);
+    EXPECT_EQ(best, 0.0);
+    EXPECT_EQ(pos, 0u);
+    // Below the wrap-around the same shape correlates with +1.
+    const Samples small = {-16384, 16383, 16383, 16383};
+    EXPECT_EQ(QV_ProfileTools_Correlation(small.data(), small.data(), 4, 4, 1, &curve, &best, &pos), 0);
+    EXPECT_DOUBLE_EQ(curve, 1.0);
+    EXPECT_DOUBLE_EQ(best, 1.0);
+    EXPECT_EQ(count(), 0u);
 }
 
 TEST_F(ProfileCorrelation, SilentFailures) {
