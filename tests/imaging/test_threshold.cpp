@@ -158,6 +158,20 @@ TEST_F(Threshold, MeanFormsItsProductsIn32Bits) {
     EXPECT_EQ(im::thresholdMean(hist), 40);
 }
 
+TEST_F(Threshold, MomentsWithCoincidingLevelsFollowsTheDivision) {
+    // A nearly single-valued histogram: the discriminant c1^2 - 4 c0 rounds to exactly 0, so both
+    // levels are 128 and p0 = (128 - m1) / 0 with m1 just above 128, minus infinity. The first
+    // running sum, 0 at bin 0, already exceeds it.
+    std::uint32_t hist[256] = {};
+    hist[128] = 2204138361u;
+    hist[129] = 1;
+    EXPECT_EQ(im::thresholdMoments(hist), 0);
+    // Levels that coincide above the mean give plus infinity: no running sum exceeds it.
+    std::uint32_t single[256] = {};
+    single[77] = 12;
+    EXPECT_EQ(im::thresholdMoments(single), -1);
+}
+
 TEST_F(Threshold, RenyiWeights) {
     double P1[256], P2[256];
     for (int i = 0; i < 256; ++i) {
