@@ -159,8 +159,9 @@ QV_API int QV_ImageProcessing_SmoothHistogram(const unsigned int* source, int ra
  * Degenerate histograms: a histogram with fewer than two occupied bins gives -1 for Huang and
  * Moments; for Li, an image whose pixels are all 0 gives 0; an iteration of Li that would repeat
  * itself forever stops and returns its current threshold. The mean method forms each product
- * grey value x count in 32 bits, which can wrap once one grey value holds more than 16843009 pixels
- * (kept as it is). */
+ * grey value x count in 32 bits, which can wrap once one grey value holds more than 16843009 pixels;
+ * Huang sums grey value x count over its classes in signed 32-bit integers, which wrap once the
+ * sum passes 2^31 - 1 (both kept as they are). */
 QV_API int QV_ImageProcessing_FindAutoThreshold(const unsigned char* data, int width, int height, int method);
 
 /* Maps value linearly: result = trunc((dstMax - dstMin) / (srcMax - srcMin) x value + dstMin) in

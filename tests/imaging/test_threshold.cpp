@@ -172,6 +172,17 @@ TEST_F(Threshold, MomentsWithCoincidingLevelsFollowsTheDivision) {
     EXPECT_EQ(im::thresholdMoments(single), -1);
 }
 
+TEST_F(Threshold, HuangClassSumsAreSigned32BitIntegers) {
+    // 200 x 11e6 = 2.2e9 passes 2^31: the running sums turn negative, and so do the class means
+    // of every threshold whose class holds bin 200. The fuzzy entropy is then least at 20; with
+    // sums that did not wrap (or wrapped as unsigned) it would be 100.
+    std::uint32_t hist[256] = {};
+    hist[20] = 1000;
+    hist[100] = 1000;
+    hist[200] = 11000000;
+    EXPECT_EQ(im::thresholdHuang(hist), 20);
+}
+
 TEST_F(Threshold, RenyiWeights) {
     double P1[256], P2[256];
     for (int i = 0; i < 256; ++i) {
@@ -345,10 +356,12 @@ int plainHuang(const std::uint32_t* h) {
     if (first == last) return -1;
     const double C = 1.0 / (last - first);
     double mu0[256] = {}, mu1[256] = {};
-    std::uint32_t s = 0, n = 0;
-    for (int i = first; i < 256; ++i) s += i * h[i], n += h[i], mu0[i] = double(s) / n;
+    std::uint32_t s = 0, n = 0;  // 32-bit sums read as signed integers
+    for (int i = first; i < 256; ++i)
+        s += i * h[i], n += h[i], mu0[i] = double(std::int32_t(s)) / double(std::int32_t(n));
     s = n = 0;
-    for (int i = last; i > 0; --i) s += i * h[i], n += h[i], mu1[i - 1] = double(s) / n;
+    for (int i = last; i > 0; --i)
+        s += i * h[i], n += h[i], mu1[i - 1] = double(std::int32_t(s)) / double(std::int32_t(n));
     auto S = [](double m) { return m < 1e-6 || m > 0.999999 ? 0.0 : -m * std::log(m) - (1 - m) * std::log(1 - m); };
     double best = DBL_MAX;
     int threshold = -1;
