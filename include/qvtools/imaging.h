@@ -166,9 +166,9 @@ QV_API int QV_ImageProcessing_FindAutoThreshold(const unsigned char* data, int w
 
 /* Maps value linearly: result = trunc((dstMax - dstMin) / (srcMax - srcMin) x value + dstMin) in
  * single precision. The value is scaled from 0, not from srcMin (intended: srcMin only enters
- * through the width of the source range). Returns 0; -5 at level 2 "destination interval has size
- * 0, cannot map value" (result set to 0); -5 at level 2 "mapped value is not a 32-bit number"
- * when the mapped value is not finite or out of range (an empty source range; result set to 0);
+ * through the width of the source range). A mapped value that is not finite or has no 32-bit
+ * integer (an empty source range, a huge value) gives INT_MIN, as the x86-64 conversion does.
+ * Returns 0; -5 at level 2 "destination interval has size 0, cannot map value" (result set to 0);
  * -3 "result is NULL". */
 QV_API int QV_ImageProcessing_MapRange(int value, int* result, int srcMin, int srcMax, int dstMin, int dstMax);
 

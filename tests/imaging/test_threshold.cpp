@@ -2,6 +2,7 @@
 // thresholds were worked out by hand from small histograms; a second group compares the methods
 // whose loops skip empty bins with a plain transcription of their formulas.
 #include <cfloat>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <random>
@@ -282,10 +283,31 @@ TEST_F(Threshold, MapRange) {
     EXPECT_EQ(QV_ImageProcessing_MapRange(5, &result, 0, 10, 7, 7), -5);
     EXPECT_EQ(result, 0);
     EXPECT_FAILED(2, -5, "QV_ImageProcessing_MapRange", "destination interval has size 0, cannot map value");
-    result = -1;
-    EXPECT_EQ(QV_ImageProcessing_MapRange(5, &result, 3, 3, 0, 10), -5);
+
+    // The ratio is taken first, in single precision: (1 / 41) x 41 is 0.99999994f, whereas
+    // 1 x 41 / 41 or double precision would give 1; (1 / 49) x 49 is exactly 1.0f, where double
+    // precision gives 0.9999999999999999.
+    EXPECT_EQ(QV_ImageProcessing_MapRange(41, &result, 0, 41, 0, 1), 0);
     EXPECT_EQ(result, 0);
-    EXPECT_FAILED(2, -5, "QV_ImageProcessing_MapRange", "mapped value is not a 32-bit number");
+    EXPECT_EQ(QV_ImageProcessing_MapRange(49, &result, 0, 49, 0, 1), 0);
+    EXPECT_EQ(result, 1);
+
+    // A mapped value without a 32-bit integer (an empty source range gives an infinity or NaN,
+    // or simply too large) is still a success; the result is INT_MIN, the conversion's
+    // "no integer" value on x86-64.
+    clear();
+    result = -1;
+    EXPECT_EQ(QV_ImageProcessing_MapRange(5, &result, 3, 3, 0, 10), 0);
+    EXPECT_EQ(result, INT_MIN);
+    result = -1;
+    EXPECT_EQ(QV_ImageProcessing_MapRange(0, &result, 3, 3, 0, 10), 0);
+    EXPECT_EQ(result, INT_MIN);
+    result = -1;
+    EXPECT_EQ(QV_ImageProcessing_MapRange(2000000000, &result, 0, 1, 0, 100), 0);
+    EXPECT_EQ(result, INT_MIN);
+    EXPECT_EQ(QV_ImageProcessing_MapRange(-2147483647 - 1, &result, 0, 1, 0, 1), 0);
+    EXPECT_EQ(result, INT_MIN);
+    EXPECT_EQ(count(), 0u);
 }
 
 // ---- Plain transcriptions of the methods whose loops skip work -------------------------------
