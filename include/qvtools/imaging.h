@@ -52,8 +52,8 @@ QV_API QVImage* CreateImage(short* pixels, int width, int height, int copy);
 
 /* Resizes *image to width x height pixels, creating it when *image is null. Existing pixels are
  * kept as far as they reach; new ones are undefined. Width and height are set, the roi is kept.
- * Returns 0; -2 "image is NULL" for a null `image`; -5 "width and height must be > 0" when
- * width x height < 1; -3 (logged at level 0) "could not (re)allocate specified image data" when
+ * Returns 0; -5 "width and height must be > 0" when width x height < 1 (checked first); -2
+ * "image is NULL" for a null `image`; -3 (logged at level 0) "could not (re)allocate specified image data" when
  * no buffer could be had. When growing an
  * existing buffer fails, the old buffer is freed, "could not realloc memory" is logged at level 0
  * with code -3 and 0 is still returned (kept on purpose); the image is then left without pixels
