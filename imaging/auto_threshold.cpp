@@ -1,5 +1,6 @@
 // The automatic threshold of an 8-bit image: one histogram pass over the image, then the chosen
 // method on the 256 bins. Also the linear value mapping of the family.
+#include <climits>
 #include <cstdint>
 
 #include "imaging/imaging_internal.h"
@@ -57,12 +58,10 @@ int QV_ImageProcessing_MapRange(int value, int* result, int srcMin, int srcMax, 
     // Scaled from 0, not from srcMin (intended), in single precision.
     const float mapped = range / static_cast<float>(sub32(srcMax, srcMin)) * static_cast<float>(value) +
                          static_cast<float>(dstMin);
-    // An empty source range gives an infinity or NaN, which has no integer value.
-    if (!(mapped > -2147483904.0f && mapped < 2147483648.0f)) {
-        *result = 0;
-        return QV_FAIL(2, QV_ERR_ARGUMENT, __LINE__, "mapped value is not a 32-bit number");
-    }
-    *result = static_cast<int>(mapped);
+    // A value without a 32-bit integer (an empty source range gives an infinity or NaN, a large
+    // one simply overflows) becomes INT_MIN, the "no integer" value of the x86-64 conversion; the
+    // mapping still succeeds. Done explicitly because the C++ conversion is undefined there.
+    *result = mapped > -2147483904.0f && mapped < 2147483648.0f ? static_cast<int>(mapped) : INT_MIN;
     return 0;
 }
 

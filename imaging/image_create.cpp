@@ -68,9 +68,9 @@ QVImage* CreateImage(short* pixels, int width, int height, int copy) {
 
 int ResizeImage(QVImage** image, int width, int height) {
     constexpr const char* kFn = "ResizeImage";
-    if (!image) return QV_FAIL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "image is NULL");
     const int count = pixelCount(width, height);
     if (count < 1) return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "width and height must be > 0");
+    if (!image) return QV_FAIL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "image is NULL");
 
     bool reallocFailed = false;
     if (!*image) {

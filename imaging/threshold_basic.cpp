@@ -64,7 +64,8 @@ int thresholdMoments(const std::uint32_t* hist) {
     const double root = std::sqrt(c1 * c1 - 4.0 * c0);
     const double z0 = 0.5 * (-c1 - root);
     const double z1 = 0.5 * (-c1 + root);
-    if (!(z1 - z0 != 0.0)) return -1;  // the two levels coincide (or are undefined)
+    // Levels that coincide make p0 an infinity (or NaN): minus infinity gives bin 0 below, plus
+    // infinity and NaN give no threshold.
     const double p0 = (z1 - m1) / (z1 - z0);
 
     double sum = 0.0;

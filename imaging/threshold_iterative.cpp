@@ -17,6 +17,9 @@ inline double huangTerm(double mu) {
     return -mu * std::log(mu) - (1.0 - mu) * std::log(1.0 - mu);
 }
 
+// A wrapped 32-bit sum read as a signed integer.
+inline double signed32(std::uint32_t value) { return static_cast<double>(static_cast<std::int32_t>(value)); }
+
 }  // namespace
 
 int thresholdHuang(const std::uint32_t* hist) {
@@ -44,19 +47,20 @@ int thresholdHuang(const std::uint32_t* hist) {
     const double scale = 1.0 / (last - first);
 
     // Class means: mu0[t] of the bins first..t (t >= first), mu1[t] of the bins t+1..last
-    // (t < last), sums in 32-bit integers. Entries outside those ranges stay 0; they only ever
-    // meet empty bins.
-    std::uint32_t sum = 0, count = 0;
+    // (t < last), sums in signed 32-bit integers. They wrap (and turn negative) past 2^31 - 1,
+    // which large bright images reach; kept as it is. Entries outside those ranges stay 0; they
+    // only ever meet empty bins.
+    std::uint32_t sum = 0, count = 0;  // unsigned only so that the wrap is defined
     for (int i = first; i < kBins; ++i) {
         sum += static_cast<std::uint32_t>(i) * hist[i];
         count += hist[i];
-        mu0[i] = static_cast<double>(sum) / static_cast<double>(count);
+        mu0[i] = signed32(sum) / signed32(count);
     }
     sum = count = 0;
     for (int i = last; i > 0; --i) {
         sum += static_cast<std::uint32_t>(i) * hist[i];
         count += hist[i];
-        mu1[i - 1] = static_cast<double>(sum) / static_cast<double>(count);
+        mu1[i - 1] = signed32(sum) / signed32(count);
     }
 
     // Empty bins add nothing, so only first..last is visited; the order of the additions is that

@@ -52,8 +52,8 @@ QV_API QVImage* CreateImage(short* pixels, int width, int height, int copy);
 
 /* Resizes *image to width x height pixels, creating it when *image is null. Existing pixels are
  * kept as far as they reach; new ones are undefined. Width and height are set, the roi is kept.
- * Returns 0; -2 "image is NULL" for a null `image`; -5 "width and height must be > 0" when
- * width x height < 1; -3 (logged at level 0) "could not (re)allocate specified image data" when
+ * Returns 0; -5 "width and height must be > 0" when width x height < 1 (checked first); -2
+ * "image is NULL" for a null `image`; -3 (logged at level 0) "could not (re)allocate specified image data" when
  * no buffer could be had. When growing an
  * existing buffer fails, the old buffer is freed, "could not realloc memory" is logged at level 0
  * with code -3 and 0 is still returned (kept on purpose); the image is then left without pixels
@@ -159,15 +159,16 @@ QV_API int QV_ImageProcessing_SmoothHistogram(const unsigned int* source, int ra
  * Degenerate histograms: a histogram with fewer than two occupied bins gives -1 for Huang and
  * Moments; for Li, an image whose pixels are all 0 gives 0; an iteration of Li that would repeat
  * itself forever stops and returns its current threshold. The mean method forms each product
- * grey value x count in 32 bits, which can wrap once one grey value holds more than 16843009 pixels
- * (kept as it is). */
+ * grey value x count in 32 bits, which can wrap once one grey value holds more than 16843009 pixels;
+ * Huang sums grey value x count over its classes in signed 32-bit integers, which wrap once the
+ * sum passes 2^31 - 1 (both kept as they are). */
 QV_API int QV_ImageProcessing_FindAutoThreshold(const unsigned char* data, int width, int height, int method);
 
 /* Maps value linearly: result = trunc((dstMax - dstMin) / (srcMax - srcMin) x value + dstMin) in
  * single precision. The value is scaled from 0, not from srcMin (intended: srcMin only enters
- * through the width of the source range). Returns 0; -5 at level 2 "destination interval has size
- * 0, cannot map value" (result set to 0); -5 at level 2 "mapped value is not a 32-bit number"
- * when the mapped value is not finite or out of range (an empty source range; result set to 0);
+ * through the width of the source range). A mapped value that is not finite or has no 32-bit
+ * integer (an empty source range, a huge value) gives INT_MIN, as the x86-64 conversion does.
+ * Returns 0; -5 at level 2 "destination interval has size 0, cannot map value" (result set to 0);
  * -3 "result is NULL". */
 QV_API int QV_ImageProcessing_MapRange(int value, int* result, int srcMin, int srcMax, int dstMin, int dstMax);
 

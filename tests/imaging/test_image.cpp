@@ -150,6 +150,14 @@ TEST_F(Image, ResizeImageFailures) {
     EXPECT_EQ(image->width, 8);
     ReleaseImage(image);
 
+    // The size is checked before the image pointer: a bad size is reported as such even without
+    // a place to put the image.
+    clear();
+    EXPECT_EQ(ResizeImage(nullptr, 0, 3), -5);
+    EXPECT_FAILED(1, -5, "ResizeImage", "width and height must be > 0");
+    EXPECT_EQ(ResizeImage(nullptr, 2, 3), -2);
+    EXPECT_FAILED(1, -2, "ResizeImage", "image is NULL");
+
     // No buffer can be had for a record without pixels.
     image = CreateEmptyImage(0, 0, 0);
     qv::imaging::testing::failAllocation(1);

@@ -2,6 +2,7 @@
 // thresholds were worked out by hand from small histograms; a second group compares the methods
 // whose loops skip empty bins with a plain transcription of their formulas.
 #include <cfloat>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <random>
@@ -158,6 +159,31 @@ TEST_F(Threshold, MeanFormsItsProductsIn32Bits) {
     EXPECT_EQ(im::thresholdMean(hist), 40);
 }
 
+TEST_F(Threshold, MomentsWithCoincidingLevelsFollowsTheDivision) {
+    // A nearly single-valued histogram: the discriminant c1^2 - 4 c0 rounds to exactly 0, so both
+    // levels are 128 and p0 = (128 - m1) / 0 with m1 just above 128, minus infinity. The first
+    // running sum, 0 at bin 0, already exceeds it.
+    std::uint32_t hist[256] = {};
+    hist[128] = 2204138361u;
+    hist[129] = 1;
+    EXPECT_EQ(im::thresholdMoments(hist), 0);
+    // Levels that coincide above the mean give plus infinity: no running sum exceeds it.
+    std::uint32_t single[256] = {};
+    single[77] = 12;
+    EXPECT_EQ(im::thresholdMoments(single), -1);
+}
+
+TEST_F(Threshold, HuangClassSumsAreSigned32BitIntegers) {
+    // 200 x 11e6 = 2.2e9 passes 2^31: the running sums turn negative, and so do the class means
+    // of every threshold whose class holds bin 200. The fuzzy entropy is then least at 20; with
+    // sums that did not wrap (or wrapped as unsigned) it would be 100.
+    std::uint32_t hist[256] = {};
+    hist[20] = 1000;
+    hist[100] = 1000;
+    hist[200] = 11000000;
+    EXPECT_EQ(im::thresholdHuang(hist), 20);
+}
+
 TEST_F(Threshold, RenyiWeights) {
     double P1[256], P2[256];
     for (int i = 0; i < 256; ++i) {
@@ -257,10 +283,31 @@ TEST_F(Threshold, MapRange) {
     EXPECT_EQ(QV_ImageProcessing_MapRange(5, &result, 0, 10, 7, 7), -5);
     EXPECT_EQ(result, 0);
     EXPECT_FAILED(2, -5, "QV_ImageProcessing_MapRange", "destination interval has size 0, cannot map value");
-    result = -1;
-    EXPECT_EQ(QV_ImageProcessing_MapRange(5, &result, 3, 3, 0, 10), -5);
+
+    // The ratio is taken first, in single precision: (1 / 41) x 41 is 0.99999994f, whereas
+    // 1 x 41 / 41 or double precision would give 1; (1 / 49) x 49 is exactly 1.0f, where double
+    // precision gives 0.9999999999999999.
+    EXPECT_EQ(QV_ImageProcessing_MapRange(41, &result, 0, 41, 0, 1), 0);
     EXPECT_EQ(result, 0);
-    EXPECT_FAILED(2, -5, "QV_ImageProcessing_MapRange", "mapped value is not a 32-bit number");
+    EXPECT_EQ(QV_ImageProcessing_MapRange(49, &result, 0, 49, 0, 1), 0);
+    EXPECT_EQ(result, 1);
+
+    // A mapped value without a 32-bit integer (an empty source range gives an infinity or NaN,
+    // or simply too large) is still a success; the result is INT_MIN, the conversion's
+    // "no integer" value on x86-64.
+    clear();
+    result = -1;
+    EXPECT_EQ(QV_ImageProcessing_MapRange(5, &result, 3, 3, 0, 10), 0);
+    EXPECT_EQ(result, INT_MIN);
+    result = -1;
+    EXPECT_EQ(QV_ImageProcessing_MapRange(0, &result, 3, 3, 0, 10), 0);
+    EXPECT_EQ(result, INT_MIN);
+    result = -1;
+    EXPECT_EQ(QV_ImageProcessing_MapRange(2000000000, &result, 0, 1, 0, 100), 0);
+    EXPECT_EQ(result, INT_MIN);
+    EXPECT_EQ(QV_ImageProcessing_MapRange(-2147483647 - 1, &result, 0, 1, 0, 1), 0);
+    EXPECT_EQ(result, INT_MIN);
+    EXPECT_EQ(count(), 0u);
 }
 
 // ---- Plain transcriptions of the methods whose loops skip work -------------------------------
@@ -331,10 +378,12 @@ int plainHuang(const std::uint32_t* h) {
     if (first == last) return -1;
     const double C = 1.0 / (last - first);
     double mu0[256] = {}, mu1[256] = {};
-    std::uint32_t s = 0, n = 0;
-    for (int i = first; i < 256; ++i) s += i * h[i], n += h[i], mu0[i] = double(s) / n;
+    std::uint32_t s = 0, n = 0;  // 32-bit sums read as signed integers
+    for (int i = first; i < 256; ++i)
+        s += i * h[i], n += h[i], mu0[i] = double(std::int32_t(s)) / double(std::int32_t(n));
     s = n = 0;
-    for (int i = last; i > 0; --i) s += i * h[i], n += h[i], mu1[i - 1] = double(s) / n;
+    for (int i = last; i > 0; --i)
+        s += i * h[i], n += h[i], mu1[i - 1] = double(std::int32_t(s)) / double(std::int32_t(n));
     auto S = [](double m) { return m < 1e-6 || m > 0.999999 ? 0.0 : -m * std::log(m) - (1 - m) * std::log(1 - m); };
     double best = DBL_MAX;
     int threshold = -1;
