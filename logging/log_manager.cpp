@@ -3,18 +3,21 @@
 #include "qvtools/logging.h"
 
 namespace {
-bool g_managerAlive = false;
+// The library's instance while it exists; null before it is built and after it is destroyed.
+CLogManager* g_instance = nullptr;
 }
 
 namespace qv::logging {
 CLogManager* managerIfAlive() {
-    CLogManager* manager = CLogManager::GetLogManager();
-    return g_managerAlive ? manager : nullptr;
+    CLogManager::GetLogManager();
+    return g_instance;
 }
 }  // namespace qv::logging
 
 CLogManager* CLogManager::GetLogManager() {
     static CLogManager instance;
+    static const bool registered = (g_instance = &instance, true);
+    static_cast<void>(registered);
     return &instance;
 }
 
@@ -23,10 +26,10 @@ namespace {
 [[maybe_unused]] const CLogManager* const g_buildAtLoad = CLogManager::GetLogManager();
 }
 
-CLogManager::CLogManager() : m_count(0) { g_managerAlive = true; }
+CLogManager::CLogManager() : m_count(0) {}
 
 CLogManager::~CLogManager() {
-    g_managerAlive = false;
+    if (g_instance == this) g_instance = nullptr;
     for (CStdLogger* logger : m_list) delete logger;
     for (auto& entry : m_idMap) delete entry.second;
     m_idMap.clear();

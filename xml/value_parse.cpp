@@ -2,11 +2,14 @@
 // zero-initialised value of that type, owned by the caller. Several results are odd on
 // purpose and kept exactly: integer 2-D points and double points are read through
 // single-precision variables, and a char always parses to 0.
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "logging/frame.h"
 #include "qvtools/data.h"
@@ -22,9 +25,34 @@ T* newValue() {
     return static_cast<T*>(std::calloc(1, sizeof(T)));
 }
 
-// Logs a text that did not yield all the numbers of a point or rectangle.
-void incomplete(const char* message) {
-    QV_FAIL(2, QV_ERR_ARGUMENT, __LINE__, "%s", message);
+// The message of incomplete integer 2-D point, float 2-D point and rectangle texts.
+constexpr const char* kRectMessage = "could not parse QV_RectF correctly";
+
+// Reads N numbers separated by ';' with "%d" (int) or "%f" (float) conversions; numbers the
+// text lacks stay 0, and then `message` is logged at level 2 with code -5.
+template <typename T, std::size_t N>
+std::array<T, N> readNumbers(const char* text, const char* message) {
+    static_assert(std::is_same_v<T, int> || std::is_same_v<T, float>, "int or float fields");
+    static_assert(N >= 2 && N <= 4, "two to four fields");
+    static const char* const kIntFormats[] = {"%d;%d", "%d;%d;%d", "%d;%d;%d;%d"};
+    static const char* const kFloatFormats[] = {"%f;%f", "%f;%f;%f", "%f;%f;%f;%f"};
+    const char* format = std::is_same_v<T, int> ? kIntFormats[N - 2] : kFloatFormats[N - 2];
+    T read[4] = {};  // room for the longest format; extra arguments are not touched
+    const int found = std::sscanf(text, format, &read[0], &read[1], &read[2], &read[3]);
+    if (found != static_cast<int>(N)) QV_FAIL(2, QV_ERR_ARGUMENT, __LINE__, "%s", message);
+    std::array<T, N> out{};
+    std::copy(read, read + N, out.begin());
+    return out;
+}
+
+// A new zeroed record filled with `fields`, which have the record's layout; null when no
+// memory is left.
+template <typename Record, typename Fields>
+Record* store(const Fields& fields) {
+    static_assert(sizeof(Record) == sizeof(Fields), "fields must match the record");
+    Record* value = newValue<Record>();
+    if (value) std::memcpy(value, fields.data(), sizeof(Record));
+    return value;
 }
 
 // The bits of an integer read as a float, truncated back to an integer. The result keeps the
@@ -38,13 +66,16 @@ int intThroughFloatBits(int bits) {
     return static_cast<int>(value);
 }
 
-// A double holding `value`'s float bit pattern in its low four bytes, the upper four zero.
-double floatBitsInDouble(float value) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    const std::uint64_t wide = bits;
-    double out;
-    std::memcpy(&out, &wide, sizeof out);
+// Doubles each holding a float's bit pattern in its low four bytes, the upper four zero.
+template <std::size_t N>
+std::array<double, N> floatBitsInDoubles(const std::array<float, N>& values) {
+    std::array<double, N> out{};
+    for (std::size_t i = 0; i < N; ++i) {
+        std::uint32_t bits;
+        std::memcpy(&bits, &values[i], sizeof bits);
+        const std::uint64_t wide = bits;
+        std::memcpy(&out[i], &wide, sizeof wide);
+    }
     return out;
 }
 
@@ -114,72 +145,30 @@ QV_API void* ParseData(const char* text, int dataType) {
             return value;
         }
         case eIntPoint2d: {
-            auto* value = newValue<QVPoint2i>();
-            if (!value) return nullptr;
             // Read as the library always has: the integers land in float variables and are
             // converted back, so 1;2 gives (0, 0). Kept on purpose.
-            int bits[2] = {0, 0};
-            if (std::sscanf(text, "%d;%d", &bits[0], &bits[1]) != 2)
-                incomplete("could not parse QV_RectF correctly");
-            value->x = intThroughFloatBits(bits[0]);
-            value->y = intThroughFloatBits(bits[1]);
-            return value;
+            const auto bits = readNumbers<int, 2>(text, kRectMessage);
+            return store<QVPoint2i>(std::array<int, 2>{intThroughFloatBits(bits[0]),
+                                                       intThroughFloatBits(bits[1])});
         }
-        case eFloatPoint2d: {
-            auto* value = newValue<QVPoint2f>();
-            if (value && std::sscanf(text, "%f;%f", &value->x, &value->y) != 2)
-                incomplete("could not parse QV_RectF correctly");
-            return value;
-        }
-        case eIntPoint3d: {
-            auto* value = newValue<QVPoint3i>();
-            if (value && std::sscanf(text, "%d;%d;%d", &value->x, &value->y, &value->z) != 3)
-                incomplete("could not parse QV_Point3i correctly");
-            return value;
-        }
-        case eFloatPoint3d: {
-            auto* value = newValue<QVPoint3f>();
-            if (value && std::sscanf(text, "%f;%f;%f", &value->x, &value->y, &value->z) != 3)
-                incomplete("could not parse eFloatPoint3d correctly");
-            return value;
-        }
-        case eDoublePoint2d: {
-            auto* value = newValue<QVPoint2d>();
-            if (!value) return nullptr;
+        case eFloatPoint2d:
+            return store<QVPoint2f>(readNumbers<float, 2>(text, kRectMessage));
+        case eIntPoint3d:
+            return store<QVPoint3i>(readNumbers<int, 3>(text, "could not parse QV_Point3i correctly"));
+        case eFloatPoint3d:
+            return store<QVPoint3f>(readNumbers<float, 3>(text, "could not parse eFloatPoint3d correctly"));
+        case eDoublePoint2d:
             // Single-precision reads into double fields: each double holds a float's bit
             // pattern in its low bytes, in effect 0. Kept on purpose.
-            float read[2] = {0.0f, 0.0f};
-            if (std::sscanf(text, "%f;%f", &read[0], &read[1]) != 2)
-                incomplete("could not parse eDoublePoint2d correctly");
-            value->x = floatBitsInDouble(read[0]);
-            value->y = floatBitsInDouble(read[1]);
-            return value;
-        }
-        case eDoublePoint3d: {
-            auto* value = newValue<QVPoint3d>();
-            if (!value) return nullptr;
-            float read[3] = {0.0f, 0.0f, 0.0f};  // as for eDoublePoint2d, kept on purpose
-            if (std::sscanf(text, "%f;%f;%f", &read[0], &read[1], &read[2]) != 3)
-                incomplete("could not parse eFloatPoint3d correctly");
-            value->x = floatBitsInDouble(read[0]);
-            value->y = floatBitsInDouble(read[1]);
-            value->z = floatBitsInDouble(read[2]);
-            return value;
-        }
-        case eQVRect: {
-            auto* value = newValue<QVRect>();
-            if (value && std::sscanf(text, "%d;%d;%d;%d", &value->x, &value->y, &value->width,
-                                     &value->height) != 4)
-                incomplete("could not parse QV_RectF correctly");
-            return value;
-        }
-        case eQVRectF: {
-            auto* value = newValue<QVRectF>();
-            if (value && std::sscanf(text, "%f;%f;%f;%f", &value->x, &value->y, &value->width,
-                                     &value->height) != 4)
-                incomplete("could not parse QV_RectF correctly");
-            return value;
-        }
+            return store<QVPoint2d>(
+                floatBitsInDoubles(readNumbers<float, 2>(text, "could not parse eDoublePoint2d correctly")));
+        case eDoublePoint3d:  // as eDoublePoint2d, kept on purpose
+            return store<QVPoint3d>(
+                floatBitsInDoubles(readNumbers<float, 3>(text, "could not parse eFloatPoint3d correctly")));
+        case eQVRect:
+            return store<QVRect>(readNumbers<int, 4>(text, kRectMessage));
+        case eQVRectF:
+            return store<QVRectF>(readNumbers<float, 4>(text, kRectMessage));
         case eQVArray:
             return parseArray(text);
         default:

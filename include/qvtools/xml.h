@@ -104,8 +104,9 @@ public:
      * "xmlBytes is NULL". The caller owns the document. */
     static xercesc::DOMDocument* XMLDocumentFromBytes(const char* bytes, unsigned int length);
     /* Serialises `document` (options: QV_XML_PRETTY_PRINT) into `buffer`, which must hold the
-     * whole zero-terminated text; the length goes to `lengthOut` when not null. Returns 0, -2
-     * for a null buffer or document ("output argument is NULL"), -8 on an XML error. */
+     * whole zero-terminated text; the length goes to `lengthOut` when not null. Returns 0; -2
+     * for a null buffer ("output argument is NULL") or document ("document is NULL"); -8 on an
+     * XML error ("XML error <message> - could not write xml document to string"). */
     static int XMLDocumentToBytes(xercesc::DOMDocument* document, int options, char* buffer,
                                   unsigned int* lengthOut);
     /* Writes `document` to the file `path` (options: QV_XML_PRETTY_PRINT); notices at level 5

@@ -241,6 +241,8 @@ TEST_F(XmlDocument, SaveToUnwritablePathFails) {
     const std::string line = qvtest::LogTest::withoutTime(lastLine());
     EXPECT_NE(line.find("): XML error "), std::string::npos) << line;
     EXPECT_NE(line.find(" - could not write xml file: " + path), std::string::npos) << line;
+    EXPECT_EQ(SaveXMLDocument(handle, "", 0), -4);
+    EXPECT_EQ(last()->code, -8);
     EXPECT_EQ(SaveXMLDocument(handle, nullptr, 0), -4);
     EXPECT_LAST_LINE(1, -2, "CXMLManager::SaveXMLDocument", "document or path is NULL");
 }
@@ -268,7 +270,7 @@ TEST_F(XmlDocument, LoadFileRoundTripAndFailures) {
     std::ofstream(truncated) << "<cfg><p name=\"x\">1</p";
     std::ofstream(empty).flush();
     std::ofstream(binary, std::ios::binary) << std::string("\x00\x01\x02\xff\x80<a/>", 9);
-    for (const auto& bad : {truncated, empty, binary, tempDir()}) {
+    for (const auto& bad : {truncated, empty, binary, tempDir(), std::filesystem::path()}) {
         ::testing::internal::CaptureStderr();
         EXPECT_EQ(LoadXMLFile(bad.c_str()), -8) << bad;
         const std::string err = ::testing::internal::GetCapturedStderr();
