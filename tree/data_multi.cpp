@@ -22,6 +22,13 @@ struct MultiSetter {
     }
 
     int visit(QVTreeNode* node, unsigned flags) {
+        refs.push(node);
+        int count = visitBelow(node, flags);
+        refs.pop();
+        return count;
+    }
+
+    int visitBelow(QVTreeNode* node, unsigned flags) {
         int count = 0;
         if ((flags & eSearchProperties) && node->properties)
             count += visit(node->properties, flags | eSearchChildren);
@@ -29,17 +36,14 @@ struct MultiSetter {
         for (int i = 0; i < node->numChildren && i < node->childArraySize; ++i) {
             QVTreeNode* child = node->children[i];
             if (!child) continue;
-            bool followed = false;
             if ((flags & eSearchFollowRefs) && child->dataType == eRefToNode) {
                 child = static_cast<QVTreeNode*>(child->data);
-                // A reference to a node already on this walk would make it endless: skipped.
+                // A reference to a node on the current walk (itself or an ancestor) would make
+                // the walk endless: it is skipped.
                 if (!child || refs.contains(child)) continue;
-                refs.push(child);
-                followed = true;
             }
             if (matches(child) && SetNodeData(child, value, dataType, mode) == 0) ++count;
             count += visit(child, flags);
-            if (followed) refs.pop();
         }
         return count;
     }

@@ -16,14 +16,20 @@ struct Collector {
     // Appends the matches at and below `node`; returns how many. `remaining` is only ever
     // compared with 0, so once it has fallen below 0 nothing limits the search any more.
     int collect(QVTreeNode* node, int remaining) {
+        refs.push(node);
+        int count = collectAt(node, remaining);
+        refs.pop();
+        return count;
+    }
+
+    int collectAt(QVTreeNode* node, int remaining) {
         int count = 0;
         if (node->dataType == eRefToNode && (flags & eSearchFollowRefs) && node->data) {
             auto* target = static_cast<QVTreeNode*>(node->data);
-            // A reference to a node already being searched on this walk (a cycle) is skipped.
+            // A reference to a node on the current walk (itself or an ancestor) would make the
+            // walk endless: it is skipped.
             if (!refs.contains(target)) {
-                refs.push(target);
                 int found = collect(target, remaining);
-                refs.pop();
                 count += found;
                 remaining -= found;
             }

@@ -76,8 +76,9 @@ void setLocalizationHooks(LocalizeHook localize, LabelHook label);
 // Depth-first search by id below `node` (flags 0x10 and 0x20 as FindNodeByID).
 QVTreeNode* findByIdDepthFirst(QVTreeNode* node, int id, unsigned flags);
 
-// Reference targets followed on the current walk: a reference to a node already on the walk is
-// not followed again, so that a reference to an ancestor cannot make a walk endless.
+// The nodes on the current path of a walk that follows references: a reference to a node on
+// that path (itself or an ancestor) is not followed, so that a reference cycle cannot make the
+// walk endless.
 class RefPath {
 public:
     bool contains(const QVTreeNode* node) const;
