@@ -16,6 +16,8 @@ constexpr int kBadInput = 2;
 
 int runLog(int argc, char** argv);
 void helpLog();
+int runTree(int argc, char** argv);
+void helpTree();
 
 // True when argv holds -h or --help.
 bool wantsHelp(int argc, char** argv);

@@ -9,6 +9,7 @@ namespace qvtool {
 // Every command, in the order that --help lists them.
 static const Command kCommands[] = {
     {"log", "write log lines to the console and a log file, and show the last error", runLog, helpLog},
+    {"tree", "show a tree file as an outline, read or change one value by its path", runTree, helpTree},
 };
 
 bool wantsHelp(int argc, char** argv) {
