@@ -11,13 +11,23 @@ namespace qv::tree {
 
 bool resizeChildren(QVTreeNode* parent, int newSize, const char* kFn) {
     if (newSize < 1) return false;
-    void* grown = std::realloc(parent->children, sizeof(QVTreeNode*) * static_cast<size_t>(newSize));
+    const size_t bytes = sizeof(QVTreeNode*) * static_cast<size_t>(newSize);
+    int oldSize = parent->childArraySize < 0 ? 0 : parent->childArraySize;
+    void* grown = nullptr;
+    if (parent->children == embeddedSlots(parent)) {
+        // Slots inside the node's own block move to a block of their own.
+        grown = std::malloc(bytes);
+        if (grown)
+            std::memcpy(grown, parent->children,
+                        sizeof(QVTreeNode*) * static_cast<size_t>(oldSize < newSize ? oldSize : newSize));
+    } else {
+        grown = std::realloc(parent->children, bytes);
+    }
     if (!grown) {
         static_cast<void>(QV_FAIL(0, QV_ERR_MEMORY, __LINE__, "could not realloc memory"));
         return false;
     }
     parent->children = static_cast<QVTreeNode**>(grown);
-    int oldSize = parent->childArraySize < 0 ? 0 : parent->childArraySize;
     if (newSize > oldSize)
         std::memset(parent->children + oldSize, 0,
                     sizeof(QVTreeNode*) * static_cast<size_t>(newSize - oldSize));

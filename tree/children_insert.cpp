@@ -15,7 +15,7 @@ constexpr const char* kAlreadyChildMsg =
     "the node to be inserted is already a child node of this parent node";
 constexpr const char* kCannotMoveMsg =
     "the node is already a child node of another parent node, but cannot be removed there";
-// Not part of any documented path: attaching a node below itself would make every walk endless.
+// Attaching a node below itself would make every walk over the tree endless: refused.
 constexpr const char* kCycleMsg = "a node cannot become a child of itself or of its descendants";
 
 // Moves `child` away from a parent other than `parent`, as InsertChild and InsertChildAt do.

@@ -86,7 +86,7 @@ QV_API QVTreeNode* CopyTreeNode(QVTreeNode* source, QVTreeNode* parent, int dept
             setLevels(props, copy->level + 1);
         }
     }
-    copy->parent = parent;  // set without attaching, as documented
+    copy->parent = parent;  // set without attaching it there; kept so on purpose
     if (depth == 0) return copy;
     for (int i = 0; i < source->childArraySize; ++i) {
         QVTreeNode* child = source->children[i];

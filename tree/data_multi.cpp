@@ -22,13 +22,7 @@ struct MultiSetter {
     }
 
     int visit(QVTreeNode* node, unsigned flags) {
-        refs.push(node);
-        int count = visitBelow(node, flags);
-        refs.pop();
-        return count;
-    }
-
-    int visitBelow(QVTreeNode* node, unsigned flags) {
+        RefPath::Step step(refs, node);
         int count = 0;
         if ((flags & eSearchProperties) && node->properties)
             count += visit(node->properties, flags | eSearchChildren);

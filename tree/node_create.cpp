@@ -44,7 +44,8 @@ extern "C" {
 QV_API QVTreeNode* CreateTreeNodeN(int dataType, void* data, const char* name, int id,
                                    int childOrderMode, int propertyCapacity, int childCapacity) {
     constexpr const char* kFn = "CreateTreeNodeN";
-    auto* node = static_cast<QVTreeNode*>(std::calloc(1, sizeof(QVTreeNode)));
+    const size_t slots = childCapacity >= 1 ? static_cast<size_t>(childCapacity) : 0;
+    auto* node = static_cast<QVTreeNode*>(std::calloc(1, sizeof(QVTreeNode) + slots * sizeof(QVTreeNode*)));
     if (!node) return QV_FAIL_NULL(0, QV_ERR_MEMORY, __LINE__, "could not allocate tree node");
     node->dataType = dataType;
     node->data = data;
@@ -54,14 +55,7 @@ QV_API QVTreeNode* CreateTreeNodeN(int dataType, void* data, const char* name, i
     node->childOrderMode = childOrderMode;
     node->access = kDefaultAccess;
     node->dataFlags = 1;
-    if (childCapacity >= 1) {
-        node->children = static_cast<QVTreeNode**>(std::calloc(childCapacity, sizeof(QVTreeNode*)));
-        if (!node->children) {
-            std::free(node);
-            return QV_FAIL_NULL(0, QV_ERR_MEMORY, __LINE__, "could not allocate %d child slots",
-                                childCapacity);
-        }
-    }
+    if (slots > 0) node->children = embeddedSlots(node);  // zeroed with the record
     if (propertyCapacity > 0)
         node->properties = createPropertyList(node, eQVPropertyList, propertyCapacity,
                                               propertyCapacity);

@@ -60,7 +60,7 @@ QV_API int ReleaseTreeNodeEx(QVTreeNode* node, QVDeleteDataFct deleteFunction) {
     if (node->parent) RemoveChild(node->parent, node);
     std::free(node->dataHint);
     std::free(node->localizedText);
-    std::free(node->children);
+    freeChildren(node);
     std::free(node);
     return 0;
 }

@@ -9,17 +9,25 @@ namespace qv::tree {
 // child's subtree in slot order); with 0x20 then the property lists: the node's own, then each
 // child's subtree's. So with 0xB0 all nodes come before any property.
 QVTreeNode* findByIdDepthFirst(QVTreeNode* node, int id, unsigned flags) {
+    // Children are visited in slot order; numChildren counts the occupied slots, so the walk
+    // stops after the last child (and never reads the slots of a leaf).
     if (flags & eSearchChildren) {
         if (node->id == id) return node;
-        for (int i = 0; i < node->childArraySize; ++i)
-            if (QVTreeNode* child = node->children[i])
-                if (QVTreeNode* hit = findByIdDepthFirst(child, id, eSearchChildren)) return hit;
+        for (int i = 0, seen = 0; seen < node->numChildren && i < node->childArraySize; ++i) {
+            QVTreeNode* child = node->children[i];
+            if (!child) continue;
+            ++seen;
+            if (QVTreeNode* hit = findByIdDepthFirst(child, id, eSearchChildren)) return hit;
+        }
     }
     if (!(flags & eSearchProperties)) return nullptr;
     if (QVTreeNode* hit = FindChildByID(node->properties, id)) return hit;
-    for (int i = 0; i < node->childArraySize; ++i)
-        if (QVTreeNode* child = node->children[i])
-            if (QVTreeNode* hit = findByIdDepthFirst(child, id, eSearchProperties)) return hit;
+    for (int i = 0, seen = 0; seen < node->numChildren && i < node->childArraySize; ++i) {
+        QVTreeNode* child = node->children[i];
+        if (!child) continue;
+        ++seen;
+        if (QVTreeNode* hit = findByIdDepthFirst(child, id, eSearchProperties)) return hit;
+    }
     return nullptr;
 }
 

@@ -16,13 +16,7 @@ struct Collector {
     // Appends the matches at and below `node`; returns how many. `remaining` is only ever
     // compared with 0, so once it has fallen below 0 nothing limits the search any more.
     int collect(QVTreeNode* node, int remaining) {
-        refs.push(node);
-        int count = collectAt(node, remaining);
-        refs.pop();
-        return count;
-    }
-
-    int collectAt(QVTreeNode* node, int remaining) {
+        RefPath::Step step(refs, node);
         int count = 0;
         if (node->dataType == eRefToNode && (flags & eSearchFollowRefs) && node->data) {
             auto* target = static_cast<QVTreeNode*>(node->data);

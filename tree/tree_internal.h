@@ -3,6 +3,7 @@
 // searches and the bulk operations. Nothing here is exported.
 #pragma once
 
+#include <cstdlib>
 #include <vector>
 
 #include "qvtools/tree.h"
@@ -24,6 +25,16 @@ void setBothNames(QVTreeNode* node, const char* name, const char* kFn);
 void copyName(char* field, const char* text);
 
 // ---- child slots ----
+// The first child slots of a node are allocated in one block with the node record (they follow
+// it), which halves the allocations of a tree. Such slots are never reallocated or freed on
+// their own: resizeChildren moves them to a block of their own, freeChildren frees only that.
+inline QVTreeNode** embeddedSlots(QVTreeNode* node) {
+    return reinterpret_cast<QVTreeNode**>(node + 1);
+}
+inline void freeChildren(QVTreeNode* node) {
+    if (node->children != embeddedSlots(node)) std::free(node->children);
+    node->children = nullptr;
+}
 // Reallocates the slots of `parent` to `newSize` and zeroes the new ones. False (logged -3
 // under kFn) when the memory cannot be had; the old slots are then kept.
 bool resizeChildren(QVTreeNode* parent, int newSize, const char* kFn);
@@ -82,8 +93,17 @@ QVTreeNode* findByIdDepthFirst(QVTreeNode* node, int id, unsigned flags);
 class RefPath {
 public:
     bool contains(const QVTreeNode* node) const;
-    void push(const QVTreeNode* node) { m_nodes.push_back(node); }
-    void pop() { m_nodes.pop_back(); }
+    // Keeps `node` on the path for the lifetime of the step (one level of the walk).
+    class Step {
+    public:
+        Step(RefPath& path, const QVTreeNode* node) : m_path(path) { path.m_nodes.push_back(node); }
+        ~Step() { m_path.m_nodes.pop_back(); }
+        Step(const Step&) = delete;
+        Step& operator=(const Step&) = delete;
+
+    private:
+        RefPath& m_path;
+    };
 
 private:
     std::vector<const QVTreeNode*> m_nodes;

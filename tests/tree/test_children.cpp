@@ -141,7 +141,9 @@ TEST_F(Children, InsertFreeModeRefillsHoles) {
     EXPECT_EQ(slots(p), "-,y,c1,x");
     EXPECT_EQ(c[1]->indexInParent, 2);
     EXPECT_EQ(c[1]->nextSibling, x);
-    // A child behind a hole past numChildren is still found and removed.
+    // A child behind a hole past numChildren has no index among the counted slots, but is
+    // still found and removed.
+    EXPECT_EQ(GetChildIndex(x), -5);
     EXPECT_EQ(RemoveChild(p, x), x);
     ReleaseTreeNode(x, 0);
     ReleaseTreeNode(c[0], 0);
