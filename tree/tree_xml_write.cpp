@@ -1,7 +1,6 @@
 // Writing trees as XML: WriteTreeNodeToXML appends a node's element, with its property list,
 // value and children, to a managed document; SaveTreeNode writes a tree into a new document and
 // saves it to a file. XML library exceptions end here as logged -4 codes.
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -42,18 +41,38 @@ void trimTrailingBlanks(char* text) {
     while (n > 0 && text[n - 1] == ' ') text[--n] = '\0';
 }
 
-// A decimal attribute, formatted straight into XML characters.
+// A decimal attribute, formatted straight into XML characters (a tree of many nodes writes
+// several numbers per node, so this avoids the formatted-output machinery).
 void setNumber(DOMElement* element, const XMLCh* name, long long value) {
-    char digits[24];
-    const int n = std::snprintf(digits, sizeof digits, "%lld", value);
     XMLCh text[24];
-    for (int i = 0; i <= n; ++i) text[i] = static_cast<unsigned char>(digits[i]);
-    element->setAttribute(name, text);
+    XMLCh* end = text + 23;
+    *end = 0;
+    unsigned long long magnitude = value < 0 ? 0ULL - static_cast<unsigned long long>(value)
+                                             : static_cast<unsigned long long>(value);
+    XMLCh* p = end;
+    do {
+        *--p = static_cast<XMLCh>(u'0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude);
+    if (value < 0) *--p = u'-';
+    element->setAttribute(name, p);
 }
 
-void setText(DOMElement* element, const XMLCh* name, const char* value) {
-    XmlText text(CXMLManager::Transcode(value));
-    element->setAttribute(name, text.get());
+// The type name of `dataType` as XML characters, made once for every number from -29 to 0
+// (0 and every number outside the types: "unknown_dt").
+const XMLCh* typeName(int dataType) {
+    struct Names {
+        Names() {
+            for (int type = -29; type <= 0; ++type) {
+                char name[QV_TYPE_NAME_SIZE];
+                GetDataTypeStr(type, name);
+                for (int i = 0; i < QV_TYPE_NAME_SIZE; ++i) text[-type][i] = static_cast<unsigned char>(name[i]);
+            }
+        }
+        XMLCh text[30][QV_TYPE_NAME_SIZE] = {};
+    };
+    static const Names names;
+    return names.text[dataType >= -29 && dataType <= 0 ? -dataType : 0];
 }
 
 class Writer {
@@ -114,9 +133,7 @@ void Writer::writeValue(DOMElement* element, QVTreeNode* node) {
     element->appendChild(value);
     setNumber(value, kTypeId, node->dataType);
     setNumber(value, kAccess, node->access);
-    char typeName[QV_TYPE_NAME_SIZE];
-    GetDataTypeStr(node->dataType, typeName);
-    setText(value, kType, typeName);
+    value->setAttribute(kType, typeName(node->dataType));
     if (node->dataType == eQVBinaryData) {
         const auto* binary = static_cast<const QVBinaryData*>(node->data);
         if (!binary)
