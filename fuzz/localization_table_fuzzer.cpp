@@ -3,45 +3,23 @@
 // node that is read localizes a few nodes and is then installed (the first one) or merged into
 // the installed one and released. No logger is registered, so failures stay silent. Inputs
 // are capped so that single runs stay fast.
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 
 #include "QV_Tools.h"
-
-namespace {
-
-const std::string& input() {
-    static const std::string path = [] {
-        std::string p = std::string(P_tmpdir) + "/qv_loc_fuzz_XXXXXX";
-        const int fd = mkstemp(&p[0]);
-        if (fd >= 0) close(fd);
-        return p;
-    }();
-    return path;
-}
-
-void removeInput() { std::remove(input().c_str()); }
-
-}  // namespace
+#include "input_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t kMaxInput = 64 * 1024;
     if (size > kMaxInput) return 0;
-    static const bool cleanup = std::atexit(removeInput) == 0;
-    static_cast<void>(cleanup);
-    std::FILE* file = std::fopen(input().c_str(), "wb");
-    if (!file) return 0;
-    if (size > 0) std::fwrite(data, 1, size, file);
-    std::fclose(file);
+    static const InputFile input("qv_loc_fuzz_");
+    if (!input.write(data, size)) return 0;
 
     const char* languages[] = {"de", "en"};
     const char* separators[] = {";", ";,\t"};
     for (int i = 0; i < 2; ++i) {
-        QVTreeNode* translations = CreateLocalizationNodeFromTable(input().c_str(), languages[i], separators[i]);
+        QVTreeNode* translations = CreateLocalizationNodeFromTable(input.path(), languages[i], separators[i]);
         if (!translations) continue;
         QVTreeNode* root = CreateEmptyTreeNode("exposure", 10);
         AppendChild(root, CreateEmptyTreeNode("gain", 11));

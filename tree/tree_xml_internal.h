@@ -1,8 +1,11 @@
 // Private names of the tree XML form, shared by the writer and the reader: the element and
-// attribute names (as XML characters) and the limits the reader keeps against hostile files.
+// attribute names (as XML characters), the limits the reader keeps against hostile files, and
+// the release of a tree the reader made.
 #pragma once
 
 #include <xercesc/util/XercesDefs.hpp>
+
+#include "qvtools/tree.h"
 
 namespace qv::tree::xmlform {
 
@@ -38,3 +41,12 @@ constexpr int kMaxDepth = 1000;
 constexpr int kDefaultChildSlots = 8;
 
 }  // namespace qv::tree::xmlform
+
+namespace qv::tree {
+
+// Releases a tree with every value its nodes own: ReleaseTreeNode(node, 1) after freeing the
+// owned point values, which the library's data release leaves alone on purpose. The reader
+// uses it for the nodes it makes and cannot use.
+void releaseOwnedTree(QVTreeNode* node);
+
+}  // namespace qv::tree

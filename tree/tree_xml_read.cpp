@@ -85,22 +85,6 @@ void releaseValue(void* value, int dataType) {
         ReleaseData(value, dataType, 0);
 }
 
-// Releases a subtree the reader made and cannot use, with every value it parsed.
-void releaseRead(QVTreeNode* node) {
-    if (!node) return;
-    auto dropPoints = [](QVTreeNode* n, auto& self) -> void {
-        if (ownsData(n) && isPoint(n->dataType)) {
-            std::free(n->data);
-            n->data = nullptr;
-        }
-        if (n->properties) self(n->properties, self);
-        for (int i = 0; i < n->childArraySize; ++i)
-            if (n->children[i]) self(n->children[i], self);
-    };
-    dropPoints(node, dropPoints);
-    ReleaseTreeNode(node, 1);
-}
-
 // Makes the property-list node read from "Properties" the node's property list: any value read
 // for it gives way to a fresh valid list holding all its properties.
 void attachProperties(QVTreeNode* node, QVTreeNode* properties) {
@@ -147,7 +131,7 @@ QVTreeNode* Reader::read(const DOMElement* element, int depth) {
 
     QVTreeNode* properties = propertiesElement ? read(propertiesElement, depth + 1) : nullptr;
     if (m_tooDeep) {
-        releaseRead(properties);
+        releaseOwnedTree(properties);
         return nullptr;
     }
 
@@ -185,7 +169,7 @@ QVTreeNode* Reader::read(const DOMElement* element, int depth) {
                                        intAttribute(element, kOrder, eFixedIndex), 0, slots);
     if (!node) {
         releaseValue(value, dataType);
-        releaseRead(properties);
+        releaseOwnedTree(properties);
         return nullptr;
     }
     node->dataFlags = value ? eAllocNewPtr : 0;
@@ -197,7 +181,7 @@ QVTreeNode* Reader::read(const DOMElement* element, int depth) {
 
     if (childrenElement) readChildren(node, childrenElement, count, depth);
     if (m_tooDeep) {
-        releaseRead(node);
+        releaseOwnedTree(node);
         return nullptr;
     }
     return node;
@@ -211,7 +195,7 @@ void Reader::readChildren(QVTreeNode* node, const DOMElement* container, int cou
     for (const DOMElement* c = container->getFirstElementChild(); c; c = c->getNextElementSibling(), ++position) {
         QVTreeNode* child = read(c, depth + 1);
         if (m_tooDeep) {
-            releaseRead(child);
+            releaseOwnedTree(child);
             return;
         }
         if (!child) {
@@ -222,15 +206,34 @@ void Reader::readChildren(QVTreeNode* node, const DOMElement* container, int cou
         if (node->childOrderMode == eFixedIndex && index >= node->childArraySize && index >= kMaxChildSlots) {
             static_cast<void>(QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "child index %d of node %s is out of range",
                                       index, node->name));
-            releaseRead(child);
+            releaseOwnedTree(child);
             continue;
         }
         // A child that cannot be placed (the reason is logged) is not kept.
-        if (InsertChildAt(node, child, index) != 0) releaseRead(child);
+        if (InsertChildAt(node, child, index) != 0) releaseOwnedTree(child);
     }
 }
 
 }  // namespace
+
+namespace qv::tree {
+
+void releaseOwnedTree(QVTreeNode* node) {
+    if (!node) return;
+    auto dropPoints = [](QVTreeNode* n, auto& self) -> void {
+        if (ownsData(n) && isPoint(n->dataType)) {
+            std::free(n->data);
+            n->data = nullptr;
+        }
+        if (n->properties) self(n->properties, self);
+        for (int i = 0; i < n->childArraySize; ++i)
+            if (n->children[i]) self(n->children[i], self);
+    };
+    dropPoints(node, dropPoints);
+    ReleaseTreeNode(node, 1);
+}
+
+}  // namespace qv::tree
 
 extern "C" {
 

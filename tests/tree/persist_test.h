@@ -10,30 +10,13 @@
 #include <string>
 
 #include "tree/tree_test.h"
+#include "tree/tree_xml_internal.h"
 
 namespace persisttest {
 
-inline bool isPoint(int type) {
-    return type == eIntPoint2d || type == eFloatPoint2d || type == eIntPoint3d || type == eFloatPoint3d ||
-           type == eDoublePoint2d || type == eDoublePoint3d;
-}
-
 // ReleaseTreeNode(node, 1) after freeing the point values the nodes own: the library's data
 // release leaves points alone on purpose, so their owner frees them.
-inline void releaseTree(QVTreeNode* node) {
-    if (!node) return;
-    auto drop = [](QVTreeNode* n, auto& self) -> void {
-        if ((n->dataFlags & QV_DATA_OWNED_MASK) && isPoint(n->dataType)) {
-            std::free(n->data);
-            n->data = nullptr;
-        }
-        if (n->properties) self(n->properties, self);
-        for (int i = 0; i < n->childArraySize; ++i)
-            if (n->children[i]) self(n->children[i], self);
-    };
-    drop(node, drop);
-    ReleaseTreeNode(node, 1);
-}
+inline void releaseTree(QVTreeNode* node) { qv::tree::releaseOwnedTree(node); }
 
 inline std::string readFile(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
