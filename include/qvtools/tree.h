@@ -367,11 +367,13 @@ QV_API int WriteTreeNodeToXML(int handle, QVTreeNode* node, const char* parentNa
  * (dataFlags 16; binary records get "binsize" as size and no bytes: read them with ReadBinary).
  * A node gets the "childarray" slots, or, when its "children" element holds more node
  * elements, the next power of two (at least 8). Children are placed with InsertChildAt at their
- * "idx"; one that cannot be placed is logged and released. Kept limits against hostile files:
- * more than 1000 nested node levels fail the read (-5 "xml tree is nested too deeply"), and a
- * "childarray" or fixed-index "idx" of 1048576 or more is not used (-5, logged).
- * Returns the tree (the caller releases it with ReleaseTreeNode(tree, 1)), or null: -2 "could
- * not find document", -8 "xml node \"%s\" could not be found ". */
+ * "idx"; one that cannot be placed is logged and released. Limits against hostile files:
+ * node elements nested more than 1000 levels below the one read fail the whole read (-5 "xml
+ * tree is nested too deeply"); a "childarray" of 1048576 or more is not used (-5, logged), nor
+ * is an "idx" that large in a fixed-index node beyond its slots (the child is released).
+ * Returns the tree (the caller releases it with ReleaseTreeNode(tree, 1); as ReleaseData leaves
+ * point values alone, the caller frees those of point type with free() first), or null: -2
+ * "could not find document", -8 "xml node \"%s\" could not be found ". */
 QV_API QVTreeNode* ReadTreeNodeFromXML(int handle, const char* elementName);
 /* Writes the tree into a new document (WriteTreeNodeToXML with QV_WRITE_NULL_NODE) and saves it
  * to `path` (options: QV_XML_PRETTY_PRINT indents). Returns the result of the save: 0, or -4
