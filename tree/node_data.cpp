@@ -11,11 +11,16 @@ namespace {
 
 using namespace qv::tree;
 
-// The text form of a reference: the name path of the referenced node, joined by '|'.
+// The text form of a reference: the name path of the referenced node, joined by '|'. A path
+// of up to 32 names of 127 characters is built in a buffer that holds any of them and cut to
+// the 511 characters of a text form.
 int referenceText(const void* data, char* text) {
     if (!data || !text) return QV_ERR_ARGUMENT;
-    text[0] = '\0';
-    int count = GetPathStrFromNode(static_cast<QVTreeNode*>(const_cast<void*>(data)), '|', text);
+    char path[QV_MAX_PATH_DEPTH * QV_NAME_SIZE + 1] = "";
+    int count = GetPathStrFromNode(static_cast<QVTreeNode*>(const_cast<void*>(data)), '|', path);
+    const size_t n = strnlen(path, QV_STRING_SIZE - 1);
+    std::memcpy(text, path, n);
+    text[n] = '\0';
     return count > 0 ? 0 : QV_ERR_ARGUMENT;
 }
 

@@ -304,4 +304,140 @@ QV_API QVTreeNode* GetNodeFromIDPath(QVTreeNode* start, const int* ids, int coun
 
 QV_EXTERN_C_END
 
+/* ==== reference nodes, XML persistence and localization ===================================== */
+
+QV_EXTERN_C_BEGIN
+
+/* ---- reference nodes ------------------------------------------------------------------------ */
+
+/* A reference node is a node of type eRefToNode (id -15) whose data is another node (the
+ * referenced node, never owned or released through the reference). It carries the referenced
+ * node's position as two eString properties: id 1 "NodeNamePath", the base names from the root
+ * down to it joined by "|" (GetPathStrFromNode), and id 2 "NodeIDPath", the ids joined by "|"
+ * (GetIDPathFromNode). The text form of a reference (DataToString, NodeDataToString, the "val"
+ * element of the XML form) is the referenced node's name path, the same text as
+ * "NodeNamePath"; it is informative only: reading it back gives no value, and a reference read
+ * from a file is found again from its two properties with LoadRefNode. */
+
+/* Makes a reference to `nodeToRef`: mode eShift, property capacity 3, no child slots. With a
+ * null `name` it takes the referenced node's base name and displayed name. With `initialise` 1
+ * the path properties are written at once (InitRefNode); if that fails the new node is
+ * released and null returned. Null `nodeToRef`: -2 "nodeToRef is NULL", null. */
+QV_API QVTreeNode* CreateRefNode(const char* name, QVTreeNode* nodeToRef, int initialise);
+/* (Re)writes the properties "NodeNamePath" (1) and "NodeIDPath" (2) from the referenced node
+ * (mode eAllocNewPtr, access 16). Child nodes of the reference are released first when it has
+ * properties. An empty name path is logged (-5 "could not extract node names path from node %s")
+ * and written all the same. Returns 0; -2 "ref node or ref node data is NULL". */
+QV_API int InitRefNode(QVTreeNode* refNode);
+/* Finds the referenced node below `root` again and stores it as the reference's data: first by
+ * the id path (GetNodeFromIDPath with `searchMode`, then with eSearchInPath), then by the name
+ * path (GetNodeFromPath with eSearchInPath). A reference that already has data is logged at
+ * level 2 (-5) and looked up again. Returns 0; -2 for a null argument; -5 when a path property
+ * is missing or not a string, the id path holds no id, or no node is found. */
+QV_API int LoadRefNode(QVTreeNode* refNode, QVTreeNode* root, unsigned searchMode);
+
+/* ---- XML persistence -------------------------------------------------------------------------- */
+
+/* The XML form of a node: one element per node, named after the base name (trailing blanks
+ * removed, blanks made "_", then made a valid name by CXMLManager::checkTranscode), with the
+ * attributes "name" (the displayed name, only when it differs from the base name), "id",
+ * "order" (child order mode), "childarray" (child slots, only when neither 0 nor 8) and "idx"
+ * (slot in the parent); then the child elements "Properties" (the property-list node, as a node
+ * element, when there are properties), "val" (when the type is not eNoData: attributes
+ * "type_id", "access", "type", for binary data "binsize"; text: DataToString with 10 decimals)
+ * and "children" (attribute "count"; the child elements in slot order). An element named
+ * "EMPTY_NODE" (any case) reads as a null node. SaveTreeNode puts the tree under the root
+ * element "XML_Root_Node". */
+#define QV_WRITE_NULL_NODE 1
+
+/* Appends the element of `node` with its subtree to the document of `handle`, below its root
+ * element or below the first element named `parentName` (cleaned by checkTranscode) when that
+ * is given. The writer trims trailing blanks from the node's names and replaces blanks in its
+ * base name by "_", in place. Reference nodes are initialised first (InitRefNode; a failure is
+ * logged at level 2 and writing goes on). Options QV_WRITE_NULL_NODE: a null node is written as
+ * an element "NULL". Returns 0; -2 for a null node ("node to write to xml is NULL") or an
+ * unknown handle; -8 when the root or parent element is missing; -4 when the XML library fails
+ * (e.g. a name that cannot be an element name, such as one starting with a digit; the elements
+ * written so far stay in the document). */
+QV_API int WriteTreeNodeToXML(int handle, QVTreeNode* node, const char* parentName, int options);
+/* Reads the tree of the first element named `elementName` (the root element included; null:
+ * the first element below the root) of the document of `handle`. Missing attributes read as
+ * id 0, idx 0, order 5 (eFixedIndex), childarray 0; a "val" without "type_id" gives eUndef and
+ * no value, no "val" eNoData; values are parsed with ParseData and owned by the node
+ * (dataFlags 16; binary records get "binsize" as size and no bytes: read them with ReadBinary).
+ * A node gets the "childarray" slots, or, when its "children" element holds more node
+ * elements, the next power of two (at least 8). Children are placed with InsertChildAt at their
+ * "idx"; one that cannot be placed is logged and released. Limits against hostile files:
+ * node elements nested more than 1000 levels below the one read fail the whole read (-5 "xml
+ * tree is nested too deeply"); a "childarray" of 1048576 or more is not used (-5, logged), nor
+ * is an "idx" that large in a fixed-index node beyond its slots (the child is released).
+ * Returns the tree (the caller releases it with ReleaseTreeNode(tree, 1); as ReleaseData leaves
+ * point values alone, the caller frees those of point type with free() first), or null: -2
+ * "could not find document", -8 "xml node \"%s\" could not be found ". */
+QV_API QVTreeNode* ReadTreeNodeFromXML(int handle, const char* elementName);
+/* Writes the tree into a new document (WriteTreeNodeToXML with QV_WRITE_NULL_NODE) and saves it
+ * to `path` (options: QV_XML_PRETTY_PRINT indents). Returns the result of the save: 0, or -4
+ * when the file could not be written; -4 "could not create an XML document". Failures of the
+ * write itself are logged by WriteTreeNodeToXML and do not change the result. */
+QV_API int SaveTreeNode(QVTreeNode* node, const char* path, int options);
+/* Loads the file `path` and reads the tree of `elementName` from it (ReadTreeNodeFromXML).
+ * Returns the tree, or null: -2 "path is NULL"; -8 "could not load XML document from %s" (a
+ * missing, empty, truncated or malformed file); -8 "could not read tree node from XML document
+ * %s". */
+QV_API QVTreeNode* LoadTreeNode(const char* path, const char* elementName);
+
+/* ---- localization ------------------------------------------------------------------------------- */
+
+/* A translation node (id -18, named after its language) holds one eString property per
+ * translated node id: its name is the display name, its value the description (at most 511
+ * characters) and its dataHint the text of possible data types. One translation node can be
+ * installed process-wide (AddLocalizationNode); new nodes, and properties set by SetPropertyEx,
+ * are localized against it. Localizing replaces a node's displayed `name` and fills its
+ * `localizedText` and `dataHint`; base names are never touched. */
+
+/* Reads a localization table: lines (up to 16384 characters; the rest of a longer line is
+ * dropped; the line end, "\n" or "\r\n", is not part of the last field) split at any of
+ * `separators`, empty fields kept. Fields are counted from 1. The header's first field that
+ * contains `language` as a substring gives the language column (none: column 0, i.e. field 1).
+ * Each row with at least as many fields as the header and a non-empty field 1 gives one
+ * translation: id = atoi(field 1); display name = the field in the language column, else field
+ * 3; description = the next field, else field 4; data types = the one after, else field 5 (one
+ * character or less: none). Rows with too few fields are logged at level 2 (-5 "format error in
+ * localization table in line %d, wrong field separator?", the number of rows used so far) and
+ * skipped; over-long descriptions and data-type texts are logged and cut to 511 characters.
+ * Returns a new translation node (not installed; the caller releases it unless it installs
+ * it), or null when no row was used; -4 "could not open localization table file: %s"; -2 for
+ * a null argument. */
+QV_API QVTreeNode* CreateLocalizationNodeFromTable(const char* path, const char* language,
+                                                   const char* separators);
+/* Installs `translationNode` process-wide, or, when one is installed, moves its translations of
+ * ids the installed one lacks into it (existing translations are never replaced; the given node
+ * is not released and keeps the rest). The installed node lives until the library is unloaded.
+ * Returns 0; -2 "locNode is NULL"; -5 when it is neither of type eLocNode nor of id -18. */
+QV_API int AddLocalizationNode(QVTreeNode* translationNode);
+/* The installed translation node, or null. */
+QV_API QVTreeNode* GetLocalizationNode(void);
+/* Localizes `node` against `translationNode` (null: the installed one): the translation with the
+ * node's id, else the one whose base name equals the node's displayed name; a display name of
+ * two or more characters becomes the node's name, a description of two or more characters its
+ * localizedText, a data-type text its dataHint. Returns 0; -2 when there is no translation
+ * (level-7 notices, last error unchanged), for a null node, or when no translation node is
+ * given or installed (no log). */
+QV_API int LocalizeNode(QVTreeNode* node, QVTreeNode* translationNode);
+/* Localizes below `node`: flags 0x20 its properties (and the node itself when it is a property),
+ * 0x10 its children (slots 0..numChildren-1), recursively. The node itself is not localized
+ * otherwise. Returns 0; -2 "Node or localization node is NULL". */
+QV_API int LocalizeNodes(QVTreeNode* node, QVTreeNode* translationNode, unsigned flags);
+/* Copies the installed translation of `id`: display name into nameOut (128 bytes), description
+ * into descriptionOut (512 bytes, only when not empty), data-type text into dataTypesOut (512
+ * bytes, only when present); each may be null. Returns 0; -2 when none is installed, -5 when the
+ * id has no translation or (with nameOut) an empty display name; both as level-7 notices. */
+QV_API int GetLocalizedData(int id, char* nameOut, char* descriptionOut, char* dataTypesOut);
+/* Copies `defaultText` (when not null, at most 511 characters) into `out`, then the localized
+ * display name of `id` over it (GetLocalizedData). Returns GetLocalizedData's result; -2
+ * "output arg is NULL". */
+QV_API int GetLocalizedStr(int id, const char* defaultText, char* out);
+
+QV_EXTERN_C_END
+
 #endif

@@ -18,6 +18,8 @@ int runLog(int argc, char** argv);
 void helpLog();
 int runThreshold(int argc, char** argv);
 void helpThreshold();
+int runTree(int argc, char** argv);
+void helpTree();
 
 // True when argv holds -h or --help.
 bool wantsHelp(int argc, char** argv);

@@ -10,6 +10,7 @@ namespace qvtool {
 static const Command kCommands[] = {
     {"log", "write log lines to the console and a log file, and show the last error", runLog, helpLog},
     {"threshold", "automatic thresholds of an image, its binary image and a histogram plot", runThreshold, helpThreshold},
+    {"tree", "show a tree file as an outline, read or change one value by its path", runTree, helpTree},
 };
 
 bool wantsHelp(int argc, char** argv) {
