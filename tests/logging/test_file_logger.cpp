@@ -150,6 +150,10 @@ TEST_F(FileLogger, AutoEntryPointsNameFilesByDateAndTime) {
     AddIdFileLoggerAuto(-1, 12, dir.string().c_str());
     EXPECT_TRUE(fs::exists(dir.string() + "/012__2011-03-07__14_05_logfile.log"));
     EXPECT_TRUE(CLogManager::GetLogManager()->HasIdEntry(12));
+
+    // The id entry point always names the file by the id pattern, a negative id included.
+    AddIdFileLoggerAuto(-1, -3, dir.string().c_str());
+    EXPECT_TRUE(fs::exists(dir.string() + "/-03__2011-03-07__14_05_logfile.log"));
 }
 
 TEST_F(FileLogger, QueryNewFileReachesListAndIdLoggers) {
