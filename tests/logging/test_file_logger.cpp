@@ -54,6 +54,10 @@ TEST_F(FileLogger, WritesBannersAndFilteredLines) {
     }
     EXPECT_EQ(slurp(file), kStartup + "kept\n" +
                                "===============File-Logger exit at 14:05 - 2011-03-07===============\n");
+    // Deleting a file logger ends in the standard-output exit banner, too.
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "===================StdOut-Logger exit at 14:05 - 2011-03-07===================\n");
+    testing::internal::CaptureStdout();  // for TearDown
 }
 
 TEST_F(FileLogger, NegativeLevelCreatesAnEmptyFile) {
