@@ -5,16 +5,21 @@
 #include "system/platform.h"
 
 namespace qv::logging {
-std::string logFileName(const std::string& directory, int id) {
+std::string logFileName(const std::string& directory) {
     char name[QV_STRING_SIZE];
     const char* date = currentDateEn();
     const char* time = currentTime('_');
-    if (id < 0)
-        std::snprintf(name, sizeof name, "%s%c%s__%s_logfile.log", directory.c_str(),
-                      qv::platform::kPathSeparator, date, time);
-    else
-        std::snprintf(name, sizeof name, "%s%c%03d__%s__%s_logfile.log", directory.c_str(),
-                      qv::platform::kPathSeparator, id, date, time);
+    std::snprintf(name, sizeof name, "%s%c%s__%s_logfile.log", directory.c_str(),
+                  qv::platform::kPathSeparator, date, time);
+    return name;
+}
+
+std::string idLogFileName(const std::string& directory, int id) {
+    char name[QV_STRING_SIZE];
+    const char* date = currentDateEn();
+    const char* time = currentTime('_');
+    std::snprintf(name, sizeof name, "%s%c%03d__%s__%s_logfile.log", directory.c_str(),
+                  qv::platform::kPathSeparator, id, date, time);
     return name;
 }
 }  // namespace qv::logging
@@ -49,7 +54,9 @@ void CFileLogger::LogMessage(int level, std::string& line, int /*code*/) {
         // The 0xB4 byte (an acute accent in Windows-1252) is part of the note.
         std::string note = "==*== it\xB4s a new Logger day - continuing file " + m_filePath + " ==*==";
         SaveFile("");
-        m_filePath = qv::logging::logFileName(m_directory, m_id);
+        // A logger without id (negative id) takes the plain pattern, any other the id pattern.
+        m_filePath = m_id < 0 ? qv::logging::logFileName(m_directory)
+                              : qv::logging::idLogFileName(m_directory, m_id);
         openForAppend(m_stream, m_filePath);
         m_stream << note << '\n';
         m_newFileRequest = false;

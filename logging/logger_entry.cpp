@@ -13,7 +13,7 @@ QV_API int AddFileLogger(int level, const char* filePath) {
 }
 
 QV_API int AddFileLoggerAuto(int level, const char* directory) {
-    return AddFileLogger(level, qv::logging::logFileName(directory ? directory : "", -1).c_str());
+    return AddFileLogger(level, qv::logging::logFileName(directory ? directory : "").c_str());
 }
 
 QV_API void AddIdFileLogger(int level, int id, const char* filePath) {
@@ -21,7 +21,7 @@ QV_API void AddIdFileLogger(int level, int id, const char* filePath) {
 }
 
 QV_API void AddIdFileLoggerAuto(int level, int id, const char* directory) {
-    AddIdFileLogger(level, id, qv::logging::logFileName(directory ? directory : "", id).c_str());
+    AddIdFileLogger(level, id, qv::logging::idLogFileName(directory ? directory : "", id).c_str());
 }
 
 QV_API int AddCallbackLogger(int level, QV_LogCallback callback) {

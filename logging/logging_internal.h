@@ -14,9 +14,11 @@ std::string errorName(int code);
 // short-time and date buffers.
 std::string banner(const char* opening, const char* closing);
 
-// "<dir><sep><date>__<hh_mm>_logfile.log", or with id >= 0
-// "<dir><sep><id:03>__<date>__<hh_mm>_logfile.log", with the current local date and time.
-std::string logFileName(const std::string& directory, int id);
+// "<dir><sep><date>__<hh_mm>_logfile.log" with the current local date and time.
+std::string logFileName(const std::string& directory);
+// "<dir><sep><id:03>__<date>__<hh_mm>_logfile.log" with the current local date and time; the
+// id is printed as given, so a negative id gives e.g. "-03__...".
+std::string idLogFileName(const std::string& directory, int id);
 
 // The log manager, or null once it has been destroyed at unload (late log calls are dropped).
 CLogManager* managerIfAlive();

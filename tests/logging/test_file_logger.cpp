@@ -54,6 +54,10 @@ TEST_F(FileLogger, WritesBannersAndFilteredLines) {
     }
     EXPECT_EQ(slurp(file), kStartup + "kept\n" +
                                "===============File-Logger exit at 14:05 - 2011-03-07===============\n");
+    // Deleting a file logger ends in the standard-output exit banner, too.
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "===================StdOut-Logger exit at 14:05 - 2011-03-07===================\n");
+    testing::internal::CaptureStdout();  // for TearDown
 }
 
 TEST_F(FileLogger, NegativeLevelCreatesAnEmptyFile) {
@@ -150,6 +154,10 @@ TEST_F(FileLogger, AutoEntryPointsNameFilesByDateAndTime) {
     AddIdFileLoggerAuto(-1, 12, dir.string().c_str());
     EXPECT_TRUE(fs::exists(dir.string() + "/012__2011-03-07__14_05_logfile.log"));
     EXPECT_TRUE(CLogManager::GetLogManager()->HasIdEntry(12));
+
+    // The id entry point always names the file by the id pattern, a negative id included.
+    AddIdFileLoggerAuto(-1, -3, dir.string().c_str());
+    EXPECT_TRUE(fs::exists(dir.string() + "/-03__2011-03-07__14_05_logfile.log"));
 }
 
 TEST_F(FileLogger, QueryNewFileReachesListAndIdLoggers) {

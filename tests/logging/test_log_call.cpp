@@ -50,6 +50,13 @@ TEST_F(LogCall, LogMsgGenericWorkedExampleAndLongHeader) {
     LogMsgGeneric(1, -5, nullptr, "14:05:33", "CXMLManager", "LoadXMLFile", 12, "x");
     EXPECT_EQ(lastLine(), "[1] 14:05:33: LoadXMLFile(12): x");
     EXPECT_EQ(QV_GetLastError(), -5);
+    // A positive code keeps the header here (only LogMsg, LogIDMsg and LogMsgStack send the
+    // bare message) and still becomes the last error.
+    LogMsgGeneric(3, 4, nullptr, "14:05:33", nullptr, "F", 2, "info");
+    EXPECT_EQ(lastLine(), "[3] 14:05:33: F(2): info");
+    EXPECT_EQ(QV_GetLastError(), 4);
+    LogMsgGeneric(3, 4, "2011-03-07", "14:05:33", "C", "F", 2, "info");
+    EXPECT_EQ(lastLine(), "[3] 2011-03-07 14:05:33 user-defined error(4): C::F(2): info");
 }
 
 TEST_F(LogCall, LogMsgOptionalPieces) {

@@ -108,6 +108,10 @@ TEST_F(TextNumber, TestsAndEdits) {
     char leading[] = "  ab";
     EXPECT_EQ(RemoveTrailingSpaces(leading), 1);  // only one space goes
     EXPECT_STREQ(leading, " ab");
+    // At most 511 characters are kept after the leading space.
+    std::string longText = " " + std::string(600, 'x');
+    EXPECT_EQ(RemoveTrailingSpaces(longText.data()), 1);
+    EXPECT_EQ(std::strlen(longText.c_str()), 511u);
     char tiny[] = " ";
     EXPECT_EQ(RemoveTrailingSpaces(tiny), -5);
     EXPECT_EQ(count(), 0u);  // no message for -5
@@ -156,7 +160,11 @@ TEST_F(TextNumber, TokenizeStringResultsAndFailures) {
 
     EXPECT_EQ(tokenizeString(nullptr, ","), nullptr);
     EXPECT_LAST_FAILURE(1, -2, "tokenizeString(376): source string or delimiters string is NULL");
+    EXPECT_EQ(tokenizeString("a,b", nullptr), nullptr);
+    EXPECT_LAST_FAILURE(1, -2, "tokenizeString(376): source string or delimiters string is NULL");
     EXPECT_EQ(tokenizeString("", ","), nullptr);
+    EXPECT_LAST_FAILURE(2, -5, "tokenizeString(388): source string or delimiters is empty");
+    EXPECT_EQ(tokenizeString("a,b", ""), nullptr);
     EXPECT_LAST_FAILURE(2, -5, "tokenizeString(388): source string or delimiters is empty");
     EXPECT_EQ(tokenizeString("abc", ";"), nullptr);
     EXPECT_LAST_FAILURE(1, -5, "tokenizeString(398): could not find any of the tokens \";\" in string \"abc\"");
