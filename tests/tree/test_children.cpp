@@ -47,14 +47,14 @@ TEST_F(Children, CreationDefaultsAndPropertyList) {
 TEST_F(Children, NamesAreBoundedAndSetTogether) {
     const std::string longName(130, 'x');
     QVTreeNode* n = CreateEmptyTreeNode(longName.c_str(), 1);
-    EXPECT_LAST_LINE(0, -5, "CreateTreeNodeN", "Node name too long");
+    EXPECT_FAILED(0, -5, "CreateTreeNodeN", "Node name too long");
     EXPECT_EQ(std::string(n->name), std::string(127, 'x'));
     EXPECT_EQ(std::string(n->baseName), std::string(127, 'x'));
     EXPECT_EQ(SetNodeName(n, "short"), 0);
     EXPECT_STREQ(n->name, "short");
     EXPECT_STREQ(n->baseName, "short");
     EXPECT_EQ(SetNodeName(n, nullptr), -2);
-    EXPECT_LAST_LINE(1, -2, "SetNodeName", "node or new name is NULL");
+    EXPECT_FAILED(1, -2, "SetNodeName", "node or new name is NULL");
     ReleaseTreeNode(n, 0);
 }
 
@@ -75,9 +75,9 @@ TEST_F(Children, AppendGrowsAndLinksSiblings) {
     EXPECT_EQ(AppendChild(empty, node("x", 1)), 0);
     EXPECT_EQ(empty->childArraySize, 8);
     EXPECT_EQ(AppendChild(p, c[0]), -5);
-    EXPECT_LAST_LINE(1, -5, "AppendChild", "node is already a child of specified parent");
+    EXPECT_FAILED(1, -5, "AppendChild", "node is already a child of specified parent");
     EXPECT_EQ(AppendChild(nullptr, c[0]), -2);
-    EXPECT_LAST_LINE(1, -2, "AppendChild", "parent or newChild is NULL");
+    EXPECT_FAILED(1, -2, "AppendChild", "parent or newChild is NULL");
     ReleaseTreeNode(p, 0);
     ReleaseTreeNode(empty, 0);
 }
@@ -92,7 +92,7 @@ TEST_F(Children, ShiftModeInsertAndRemove) {
     EXPECT_EQ(c[2]->indexInParent, 1);
     EXPECT_EQ(c[1]->prevSibling, nullptr);
     EXPECT_EQ(linesContaining("removed child at 0").size(), 2u);
-    EXPECT_LAST_LINE(7, 0, "RemoveChildAt",
+    EXPECT_FAILED(7, 0, "RemoveChildAt",
                      "removed child at 0 -> index of child# 1 = 1, (numChildren=3, arraySize=4)");
     EXPECT_EQ(c[0]->parent, nullptr);
     EXPECT_EQ(c[0]->refCount, 0);
@@ -155,16 +155,16 @@ TEST_F(Children, FixedIndexModeGrowsToTheIndex) {
     QVTreeNode* p = node("p", 0, eFixedIndex, 8);
     QVTreeNode* a = node("a", 1);
     EXPECT_EQ(InsertChildAt(p, a, 20), 0);
-    EXPECT_LAST_LINE(3, 0, "InsertChildAt", "resizing child array: oldSize: 8 -> newSize will be: 64");
+    EXPECT_FAILED(3, 0, "InsertChildAt", "resizing child array: oldSize: 8 -> newSize will be: 64");
     EXPECT_EQ(p->childArraySize, 64);
     EXPECT_EQ(p->children[20], a);
     EXPECT_EQ(a->indexInParent, 20);
     QVTreeNode* b = node("b", 2);
     EXPECT_EQ(InsertChildAt(p, b, 20), -5);
-    EXPECT_LAST_LINE(1, -5, "InsertChildAt",
+    EXPECT_FAILED(1, -5, "InsertChildAt",
                      "cannot insert new child b at index 20: there's already a child node at this position: a");
     EXPECT_EQ(InsertChild(p, b), -5);
-    EXPECT_LAST_LINE(1, -5, "InsertChild",
+    EXPECT_FAILED(1, -5, "InsertChild",
                      "cannot insert child if OrderMode is 'eFixedIndex' an index must be specified");
     EXPECT_EQ(InsertChildAt(p, b, 19), 0);
     EXPECT_EQ(a->prevSibling, b);
@@ -191,20 +191,20 @@ TEST_F(Children, SortedAndUnknownModesFail) {
     QVTreeNode* odd = node("o", 0, 9);
     QVTreeNode* c = node("c", 1);
     EXPECT_EQ(InsertChild(sorted, c), -9);
-    EXPECT_LAST_LINE(1, -9, "InsertChild", " sorting child nodes is not implemented yet");
+    EXPECT_FAILED(1, -9, "InsertChild", " sorting child nodes is not implemented yet");
     EXPECT_EQ(InsertChildAt(sorted, c, 0), -9);
     EXPECT_EQ(InsertChild(odd, c), -5);
-    EXPECT_LAST_LINE(1, -5, "InsertChild", "unknown ChildOrder Type");
+    EXPECT_FAILED(1, -5, "InsertChild", "unknown ChildOrder Type");
     EXPECT_EQ(InsertChildAt(odd, c, 0), -5);
-    EXPECT_LAST_LINE(1, -5, "InsertChildAt", "unknown ChildOrder Type");
+    EXPECT_FAILED(1, -5, "InsertChildAt", "unknown ChildOrder Type");
     EXPECT_EQ(InsertChildAt(odd, c, -1), -5);
-    EXPECT_LAST_LINE(1, -5, "InsertChildAt", "Index is invalid, must be >= 0");
+    EXPECT_FAILED(1, -5, "InsertChildAt", "Index is invalid, must be >= 0");
     EXPECT_EQ(InsertChildAt(nullptr, c, 0), -2);
-    EXPECT_LAST_LINE(1, -2, "InsertChildAt", "parent or child is NULL, or index < 0");
+    EXPECT_FAILED(1, -2, "InsertChildAt", "parent or child is NULL, or index < 0");
     // Appending ignores the mode; removing then meets the unknown mode and changes nothing.
     EXPECT_EQ(AppendChild(odd, c), 0);
     EXPECT_EQ(RemoveChildAt(odd, 0), nullptr);
-    EXPECT_LAST_LINE(1, -5, "RemoveChildAt", "unknown ChildOrder Type");
+    EXPECT_FAILED(1, -5, "RemoveChildAt", "unknown ChildOrder Type");
     EXPECT_EQ(odd->children[0], c);
     EXPECT_EQ(odd->numChildren, 1);
     odd->childOrderMode = eShift;
@@ -221,14 +221,14 @@ TEST_F(Children, MovingBetweenParentsAndCycles) {
     EXPECT_EQ(c[0]->parent, b);
     EXPECT_EQ(c[0]->refCount, 1);
     EXPECT_EQ(InsertChild(b, c[1]), 0);
-    EXPECT_LAST_LINE(2, -5, "InsertChild",
+    EXPECT_FAILED(2, -5, "InsertChild",
                      "the node was a child node of another parent node, and has been removed there");
     EXPECT_EQ(a->numChildren, 0);
     EXPECT_EQ(slots(b), "c0,c1,-,-,-,-,-,-");
     // A property-list node has a parent but no slot there: it cannot be moved.
     QVTreeNode* owner = CreateEmptyTreeNode("owner", 3);
     EXPECT_EQ(InsertChild(b, owner->properties), -5);
-    EXPECT_LAST_LINE(1, -5, "InsertChild",
+    EXPECT_FAILED(1, -5, "InsertChild",
                      "the node is already a child node of another parent node, but cannot be removed there");
     // No node may become its own descendant.
     EXPECT_EQ(AppendChild(c[0], b), -5);
@@ -261,7 +261,7 @@ TEST_F(Children, AppendTakesANodeItsOldParentDoesNotHold) {
     // The property-list node of another node is never moved: its owner keeps pointing at it.
     QVTreeNode* owner = CreateEmptyTreeNode("owner", 3);
     EXPECT_EQ(AppendChild(b, owner->properties), -5);
-    EXPECT_LAST_LINE(1, -5, "AppendChild",
+    EXPECT_FAILED(1, -5, "AppendChild",
                      "the node is already a child node of another parent node, but cannot be removed there");
     EXPECT_EQ(owner->properties->parent, owner);
     EXPECT_EQ(b->numChildren, 1);
@@ -272,16 +272,16 @@ TEST_F(Children, RemoveFailures) {
     QVTreeNode* p = node("p", 0, eShift, 4);
     auto c = children(p, 1);
     EXPECT_EQ(RemoveChildAt(nullptr, 0), nullptr);
-    EXPECT_LAST_LINE(1, -2, "RemoveChildAt", "parent NULL");
+    EXPECT_FAILED(1, -2, "RemoveChildAt", "parent NULL");
     EXPECT_EQ(RemoveChildAt(p, 4), nullptr);
-    EXPECT_LAST_LINE(1, -5, "RemoveChildAt", "childIndex 4 is invaild -> parent->childArraySize = 4");
+    EXPECT_FAILED(1, -5, "RemoveChildAt", "childIndex 4 is invaild -> parent->childArraySize = 4");
     EXPECT_EQ(RemoveChildAt(p, -1), nullptr);
     EXPECT_EQ(RemoveChildAt(p, 2), nullptr);
-    EXPECT_LAST_LINE(4, 0, "RemoveChildAt", "p->child[2] is NULL");
+    EXPECT_FAILED(4, 0, "RemoveChildAt", "p->child[2] is NULL");
     EXPECT_EQ(RemoveChild(nullptr, nullptr), nullptr);
-    EXPECT_LAST_LINE(1, -2, "RemoveChild", "child and parent are NULL");
+    EXPECT_FAILED(1, -2, "RemoveChild", "child and parent are NULL");
     EXPECT_EQ(RemoveChild(p, nullptr), nullptr);
-    EXPECT_LAST_LINE(1, -2, "RemoveChild", "child to remove from p is NULL");
+    EXPECT_FAILED(1, -2, "RemoveChild", "child to remove from p is NULL");
     qvtest::clear();
     QVTreeNode* stranger = node("s", 5);
     EXPECT_EQ(RemoveChild(p, stranger), nullptr);
@@ -301,17 +301,17 @@ TEST_F(Children, QueriesAndLevels) {
     EXPECT_EQ(GetHighestChildId(a[1]), -6);  // the greatest id, also when all are below -1
     EXPECT_EQ(GetHighestChildId(a[0]), -1);
     EXPECT_EQ(GetHighestChildId(nullptr), -2);
-    EXPECT_LAST_LINE(1, -2, "GetHighestChildId", "parent node is NULL");
+    EXPECT_FAILED(1, -2, "GetHighestChildId", "parent node is NULL");
     EXPECT_EQ(GetRoot(b[1]), root);
     EXPECT_EQ(GetRoot(nullptr), nullptr);
     EXPECT_EQ(GetNodeDepth(root), 0);
     EXPECT_EQ(GetNodeDepth(b[1]), 2);
     EXPECT_EQ(GetChildIndex(a[2]), 2);
     EXPECT_EQ(GetChildIndex(root), -2);
-    EXPECT_LAST_LINE(1, -2, "GetChildIndex", "parent node is NULL");
+    EXPECT_FAILED(1, -2, "GetChildIndex", "parent node is NULL");
     EXPECT_EQ(GetChildIndexByID(root, 11), 1);
     EXPECT_EQ(GetChildIndexByID(root, 99), -1);
-    EXPECT_LAST_LINE(2, -5, "GetChildIndexByID", "child with specified ID could not be found");
+    EXPECT_FAILED(2, -5, "GetChildIndexByID", "child with specified ID could not be found");
     EXPECT_EQ(b[0]->level, 2);
     EXPECT_EQ(root->properties->level, 0);  // a root's list keeps the level of a new record
     EXPECT_EQ(findParentOfLevel(b[0], 1), a[1]);
@@ -321,7 +321,7 @@ TEST_F(Children, QueriesAndLevels) {
     EXPECT_EQ(findParentOfLevel(b[1], 5), a[1]);
     EXPECT_EQ(findParentOfLevel(b[1], 3), nullptr);  // levels 6, 5, then the root's 0 < 3
     EXPECT_EQ(setNodeLevel(nullptr, 1), -2);
-    EXPECT_LAST_LINE(1, -2, "setNodeLevel", "node is NULL");
+    EXPECT_FAILED(1, -2, "setNodeLevel", "node is NULL");
     ReleaseTreeNode(root, 0);
 }
 
@@ -347,7 +347,7 @@ TEST_F(Children, SetChildNodeFindsMovesOrCreates) {
     EXPECT_EQ(SetChildNode(p, 8, "eight", &v2, eInt), made);
     EXPECT_EQ(made->data, &v2);
     EXPECT_EQ(SetChildNode(nullptr, 1, "x", nullptr, eInt), nullptr);
-    EXPECT_LAST_LINE(1, -2, "SetChildNode", "parent node is NULL");
+    EXPECT_FAILED(1, -2, "SetChildNode", "parent node is NULL");
     ReleaseTreeNode(g, 0);
 }
 

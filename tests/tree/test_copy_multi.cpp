@@ -29,9 +29,9 @@ TEST_F(CopyMulti, CopyNodeDataRules) {
     EXPECT_EQ(dst->access, 3u);
     QVTreeNode* other = CreateTreeNode(eDouble, nullptr, "d", 1, eShift);
     EXPECT_EQ(CopyNodeData(src, other, eSetPtr), -5);
-    EXPECT_LAST_LINE(2, -5, "CopyNodeData", "data type of copy node must be the same data type as original node");
+    EXPECT_FAILED(2, -5, "CopyNodeData", "data type of copy node must be the same data type as original node");
     EXPECT_EQ(CopyNodeData(nullptr, other, eSetPtr), -2);
-    EXPECT_LAST_LINE(2, -2, "CopyNodeData", "copy node or original node is NULL");
+    EXPECT_FAILED(2, -2, "CopyNodeData", "copy node or original node is NULL");
     for (QVTreeNode* x : {src, dst, other}) ReleaseTreeNode(x, 1);
 }
 
@@ -69,7 +69,7 @@ TEST_F(CopyMulti, CopyAllNodeDataByDepthAndId) {
     void* dstList = dst->properties->data;
     qvtest::clear();
     EXPECT_EQ(CopyAllNodeData(src, dst, 0, eAllocNewPtr, 0), -5);
-    EXPECT_LAST_LINE(1, -5, "SetNodeData", "could not set data for node Properties (dataType: qv_prop_lst [-16])");
+    EXPECT_FAILED(1, -5, "SetNodeData", "could not set data for node Properties (dataType: qv_prop_lst [-16])");
     EXPECT_EQ(linesContaining("unknown dataType to set data in mode eAllocNewPtr").size(), 1u);
     EXPECT_EQ(dst->properties->data, dstList);
     ASSERT_NE(dst->data, &w[0]);
@@ -79,9 +79,9 @@ TEST_F(CopyMulti, CopyAllNodeDataByDepthAndId) {
     EXPECT_NE(copiedProp->data, &w[1]);
     EXPECT_EQ(*static_cast<int*>(copiedProp->data), 11);
     EXPECT_EQ(CopyAllNodeData(src, nullptr, 1, eOverwriteData, 0), -2);
-    EXPECT_LAST_LINE(1, -2, "CopyAllNodeData", "copy node is NULL");
+    EXPECT_FAILED(1, -2, "CopyAllNodeData", "copy node is NULL");
     EXPECT_EQ(CopyAllNodeData(nullptr, dst, 1, eOverwriteData, 0), -2);
-    EXPECT_LAST_LINE(1, -2, "CopyAllNodeData", "original node is NULL");
+    EXPECT_FAILED(1, -2, "CopyAllNodeData", "original node is NULL");
     ReleaseTreeNode(src, 1);
     ReleaseTreeNode(dst, 1);
 }
@@ -148,7 +148,7 @@ TEST_F(CopyMulti, CopiesNeverShareOrLeak) {
     QVTreeNode* copy = CopyTreeNode(sorted, nullptr, -1, eAllocNewPtr);
     ASSERT_NE(copy, nullptr);
     EXPECT_EQ(copy->numChildren, 0);
-    EXPECT_LAST_LINE(1, -9, "InsertChildAt", " sorting child nodes is not implemented yet");
+    EXPECT_FAILED(1, -9, "InsertChildAt", " sorting child nodes is not implemented yet");
     for (QVTreeNode* n : {x, y, sorted, copy}) ReleaseTreeNode(n, 1);
 }
 
@@ -193,7 +193,7 @@ TEST_F(Multi, SetsMatchingWritableNodesAtTheLevel) {
     EXPECT_EQ(SetNodeDataMulti(root, 5, &value, eInt, 1, eSetPtr, 0x11), 1);
     EXPECT_EQ(SetNodeDataMulti(root, 5, &value, eInt, 1, eSetPtr, 0x11), 0);
     EXPECT_EQ(SetNodeDataMulti(nullptr, 5, &value, eInt, 1, eSetPtr, 0x10), -2);
-    EXPECT_LAST_LINE(1, -2, "SetNodeDataMulti", "dest node is NULL");
+    EXPECT_FAILED(1, -2, "SetNodeDataMulti", "dest node is NULL");
 }
 
 TEST_F(Multi, FollowsReferencesWithoutLooping) {
@@ -216,7 +216,7 @@ TEST_F(Multi, ByIdFromSourceNodes) {
     EXPECT_EQ(SetNodeDataMultiByID(root, src, eOverwriteData, 0x10), 1);
     EXPECT_EQ(vaa, 7);
     EXPECT_EQ(SetNodeDataMultiByID(root, nullptr, eOverwriteData, 0x10), -2);
-    EXPECT_LAST_LINE(1, -2, "SetNodeDataMultiByID", "source node is NULL");
+    EXPECT_FAILED(1, -2, "SetNodeDataMultiByID", "source node is NULL");
     QVTreeNode* ref = CreateTreeNode(eRefToNode, nullptr, "ref", -15, eShift);
     EXPECT_EQ(SetNodeDataMultiByID(root, ref, eOverwriteData, 0x410), 0);
 
@@ -232,9 +232,9 @@ TEST_F(Multi, ByIdFromSourceNodes) {
     // Without a tree to set, every single setting reports it and nothing is counted.
     EXPECT_EQ(SetAllNodeDataMultiByID(nullptr, tree, eOverwriteData, 0x10), 0);
     EXPECT_EQ(linesContaining("dest node is NULL").size(), 2u);  // the source and its child
-    EXPECT_LAST_LINE(1, -2, "SetNodeDataMulti", "dest node is NULL");
+    EXPECT_FAILED(1, -2, "SetNodeDataMulti", "dest node is NULL");
     EXPECT_EQ(SetAllNodeDataMultiByID(root, nullptr, eOverwriteData, 0x10), -2);
-    EXPECT_LAST_LINE(1, -2, "SetAllNodeDataMultiByID", "source node is NULL");
+    EXPECT_FAILED(1, -2, "SetAllNodeDataMultiByID", "source node is NULL");
     for (QVTreeNode* x : {src, ref, tree}) ReleaseTreeNode(x, 1);
 }
 

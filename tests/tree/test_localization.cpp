@@ -131,7 +131,7 @@ TEST_F(Localization, RowsThatDoNotFit) {
 
 TEST_F(Localization, TablesWithoutRows) {
     EXPECT_EQ(CreateLocalizationNodeFromTable((tempDir() / "none.csv").string().c_str(), "de", ";"), nullptr);
-    EXPECT_LAST_LINE(1, -4, "CreateLocalizationNodeFromTable",
+    EXPECT_FAILED(1, -4, "CreateLocalizationNodeFromTable",
                      "could not open localization table file: " + (tempDir() / "none.csv").string());
     qvtest::clear();
     EXPECT_EQ(table(""), nullptr);
@@ -139,16 +139,16 @@ TEST_F(Localization, TablesWithoutRows) {
     EXPECT_EQ(table("id;key;en\n;a;b\n"), nullptr);
     EXPECT_EQ(count(), 0u);
     EXPECT_EQ(table("id;key;en\n1,2,3\n"), nullptr);  // wrong separator
-    EXPECT_LAST_LINE(2, -5, "CreateLocalizationNodeFromTable",
+    EXPECT_FAILED(2, -5, "CreateLocalizationNodeFromTable",
                      "format error in localization table in line 0, wrong field separator?");
 }
 
 TEST_F(Localization, InstallAndMerge) {
     EXPECT_EQ(AddLocalizationNode(nullptr), -2);
-    EXPECT_LAST_LINE(1, -2, "AddLocalizationNode", "locNode is NULL");
+    EXPECT_FAILED(1, -2, "AddLocalizationNode", "locNode is NULL");
     QVTreeNode* plain = CreateEmptyTreeNode("plain", 5);
     EXPECT_EQ(AddLocalizationNode(plain), -5);
-    EXPECT_LAST_LINE(1, -5, "AddLocalizationNode", "node has wrong data type and id -> must e a localization node");
+    EXPECT_FAILED(1, -5, "AddLocalizationNode", "node has wrong data type and id -> must e a localization node");
     ReleaseTreeNode(plain, 1);
 
     EXPECT_EQ(GetLocalizationNode(), nullptr);
@@ -197,9 +197,9 @@ TEST_F(Localization, LocalizeByIdThenByName) {
     // No translation at all: notices only, the last error stays.
     QVTreeNode* none = CreateEmptyTreeNode("other", 98);
     LocalizeNode(nullptr, t);
-    EXPECT_LAST_LINE(1, -2, "LocalizeNode", "Node or is NULL");
+    EXPECT_FAILED(1, -2, "LocalizeNode", "Node or is NULL");
     EXPECT_EQ(LocalizeNode(none, t), -2);
-    EXPECT_LAST_LINE(7, 0, "LocalizeNode", "could not find translation node by name other");
+    EXPECT_FAILED(7, 0, "LocalizeNode", "could not find translation node by name other");
     EXPECT_EQ(QV_GetLastError(), -2);
     EXPECT_STREQ(none->name, "other");
     qvtest::clear();
@@ -226,7 +226,7 @@ TEST_F(Localization, LocalizeSubtrees) {
     ASSERT_EQ(LocalizeNodes(property, t, 0x20), 0);  // a property localizes itself
     EXPECT_STREQ(property->name, "Modus");
     EXPECT_EQ(LocalizeNodes(root, nullptr, 0x30), -2);
-    EXPECT_LAST_LINE(1, -2, "LocalizeNodes", "Node or localization node is NULL");
+    EXPECT_FAILED(1, -2, "LocalizeNodes", "Node or localization node is NULL");
     ReleaseTreeNode(root, 1);
     ReleaseTreeNode(t, 1);
 }
@@ -258,7 +258,7 @@ TEST_F(Localization, NewNodesAndPropertiesAreLocalized) {
 TEST_F(Localization, ReadingTranslations) {
     char name[QV_NAME_SIZE] = "", text[QV_STRING_SIZE] = "", types[QV_STRING_SIZE] = "";
     EXPECT_EQ(GetLocalizedData(10, name, text, types), -2);
-    EXPECT_LAST_LINE(7, 0, "GetLocalizedData", "localization node is NULL, cannot achieve localized data");
+    EXPECT_FAILED(7, 0, "GetLocalizedData", "localization node is NULL, cannot achieve localized data");
 
     ASSERT_EQ(AddLocalizationNode(table(kGermanTable + std::string("15;empty;;;;;;\n"))), 0);
     ASSERT_EQ(GetLocalizedData(10, name, text, types), 0);
@@ -269,9 +269,9 @@ TEST_F(Localization, ReadingTranslations) {
     EXPECT_STREQ(text, "Belichtungszeit der Kamera");
     EXPECT_STREQ(types, "Ganzzahl");
     EXPECT_EQ(GetLocalizedData(5, name, nullptr, nullptr), -5);
-    EXPECT_LAST_LINE(7, 0, "GetLocalizedData", "could not achieve localization info for ID 5");
+    EXPECT_FAILED(7, 0, "GetLocalizedData", "could not achieve localization info for ID 5");
     EXPECT_EQ(GetLocalizedData(15, name, nullptr, nullptr), -5);
-    EXPECT_LAST_LINE(7, 0, "GetLocalizedData", "localized node name is NULL or has length 0 for ID 15");
+    EXPECT_FAILED(7, 0, "GetLocalizedData", "localized node name is NULL or has length 0 for ID 15");
 
     char out[QV_STRING_SIZE];
     EXPECT_EQ(GetLocalizedStr(5, "default", out), -5);
@@ -279,7 +279,7 @@ TEST_F(Localization, ReadingTranslations) {
     EXPECT_EQ(GetLocalizedStr(11, "default", out), 0);
     EXPECT_STREQ(out, "Gain");
     EXPECT_EQ(GetLocalizedStr(11, nullptr, nullptr), -2);
-    EXPECT_LAST_LINE(1, -2, "GetLocalizedStr", "output arg is NULL");
+    EXPECT_FAILED(1, -2, "GetLocalizedStr", "output arg is NULL");
 }
 
 }  // namespace

@@ -29,7 +29,7 @@ TEST_F(NodeData, TypeRules) {
     QVTreeNode* n = CreateTreeNode(eDouble, nullptr, "n", 1, eShift);
     int v = 3;
     EXPECT_EQ(SetNodeData(n, &v, eInt, eSetPtr), -5);
-    EXPECT_LAST_LINE(1, -5, "SetNodeData", "data types do not fit: n->double [-5]; newDataType: int [-4]");
+    EXPECT_FAILED(1, -5, "SetNodeData", "data types do not fit: n->double [-5]; newDataType: int [-4]");
     EXPECT_EQ(n->dataType, eDouble);
     QVTreeNode* e = CreateEmptyTreeNode("e", 2);
     EXPECT_EQ(SetNodeData(e, &v, eInt, eSetPtr), 0);
@@ -38,13 +38,13 @@ TEST_F(NodeData, TypeRules) {
     EXPECT_EQ(e->dataFlags, 4u);
     // A null value or a caller-defined type is left alone unless the mode sets a pointer.
     EXPECT_EQ(SetNodeData(e, nullptr, eInt, eOverwriteData), 0);
-    EXPECT_LAST_LINE(5, 0, "SetNodeData", "e: user defined datatype or new Data is NULL, cannot set node data");
+    EXPECT_FAILED(5, 0, "SetNodeData", "e: user defined datatype or new Data is NULL, cannot set node data");
     EXPECT_EQ(e->data, &v);
     QVTreeNode* user = CreateTreeNode(7, &v, "user", 3, eShift);
     EXPECT_EQ(SetNodeData(user, &v, 7, eOverwriteData), 0);
     EXPECT_EQ(linesContaining("user: user defined datatype").size(), 1u);
     EXPECT_EQ(SetNodeData(nullptr, &v, eInt, eSetPtr), -2);
-    EXPECT_LAST_LINE(1, -2, "SetNodeData", "node is NULL");
+    EXPECT_FAILED(1, -2, "SetNodeData", "node is NULL");
     for (QVTreeNode* x : {n, e, user}) ReleaseTreeNode(x, 1);
     EXPECT_EQ(v, 3);
 }
@@ -55,7 +55,7 @@ TEST_F(NodeData, PointerModesAndOwnership) {
     EXPECT_EQ(SetNodeData(n, &callerA, eInt, eSetPtr), 0);
     // Not owned: replacing it only notes that the old data is not the library's.
     EXPECT_EQ(SetNodeData(n, &callerB, eInt, eSwapPtr), 0);
-    EXPECT_LAST_LINE(2, -5, "SetNodeData",
+    EXPECT_FAILED(2, -5, "SetNodeData",
                      "---- cannot RELEASE old Data in QVTools, data is not managed by QVTools ----");
     EXPECT_EQ(n->data, &callerB);
     EXPECT_EQ(n->dataFlags, 2u);
@@ -89,7 +89,7 @@ TEST_F(NodeData, PointerModesAndOwnership) {
     ASSERT_GE(count(), 2u);
     EXPECT_EQ(withoutTime(logs()[count() - 2].line).find("SetData("), 0u);
     EXPECT_NE(logs()[count() - 2].line.find("unknown dataSetMode"), std::string::npos);
-    EXPECT_LAST_LINE(1, -5, "SetNodeData", "could not set data for node n (dataType: int [-4])");
+    EXPECT_FAILED(1, -5, "SetNodeData", "could not set data for node n (dataType: int [-4])");
     EXPECT_EQ(ReleaseTreeNode(n, 1), 0);
 }
 
@@ -108,9 +108,9 @@ TEST_F(NodeData, OverwriteByType) {
     EXPECT_EQ(linesContaining("*data is null, cannot set data").size(), 1u);
     void* slot = &v;
     EXPECT_EQ(SetData(&slot, nullptr, eInt, eOverwriteData), -2);
-    EXPECT_LAST_LINE(7, 0, "SetData", "newData is null, cannot set data");
+    EXPECT_FAILED(7, 0, "SetData", "newData is null, cannot set data");
     EXPECT_EQ(SetData(&slot, &v, eRefToNode, eOverwriteData), -5);
-    EXPECT_LAST_LINE(1, -5, "SetData",
+    EXPECT_FAILED(1, -5, "SetData",
                      "unknown dataType to set data in mode eOverwriteData, only eInt,eDouble and eString supported");
 
     unsigned char srcBytes[4] = {1, 2, 3, 4}, dstBytes[2] = {};
@@ -118,12 +118,12 @@ TEST_F(NodeData, OverwriteByType) {
     QVBinaryData* dst = CreateBinaryData(dstBytes, 2, "old.bin");
     void* binSlot = dst;
     EXPECT_EQ(SetData(&binSlot, src, eQVBinaryData, eOverwriteData), 0);
-    EXPECT_LAST_LINE(2, -5, "SetData", "data sizes of binary data to copy do not match (srcData: 4, destData: 2)");
+    EXPECT_FAILED(2, -5, "SetData", "data sizes of binary data to copy do not match (srcData: 4, destData: 2)");
     EXPECT_EQ(dstBytes[1], 2);
     EXPECT_STREQ(dst->name, "a.bin");
     dst->data = nullptr;
     EXPECT_EQ(SetData(&binSlot, src, eQVBinaryData, eOverwriteData), -5);
-    EXPECT_LAST_LINE(1, -5, "SetData", "data size of QVBinaryData do not match for eOverwriteData");
+    EXPECT_FAILED(1, -5, "SetData", "data size of QVBinaryData do not match for eOverwriteData");
     ReleaseBinaryData(src, 0);
     ReleaseBinaryData(dst, 0);
     for (QVTreeNode* x : {s, p, empty}) ReleaseTreeNode(x, 1);
@@ -143,7 +143,7 @@ TEST_F(NodeData, AllocNewByType) {
     // Through a node the char failure is reported, and the storage still belongs to the node.
     QVTreeNode* n = CreateTreeNode(eChar, nullptr, "n", 1, eShift);
     EXPECT_EQ(SetNodeData(n, &c, eChar, eAllocNewPtr), -5);
-    EXPECT_LAST_LINE(1, -5, "SetNodeData", "could not set data for node n (dataType: char [-8])");
+    EXPECT_FAILED(1, -5, "SetNodeData", "could not set data for node n (dataType: char [-8])");
     EXPECT_EQ(n->dataFlags, 16u);
     ReleaseTreeNode(n, 1);
 
@@ -182,10 +182,10 @@ TEST_F(NodeData, AllocNewByType) {
 
     slot = nullptr;
     EXPECT_EQ(SetData(&slot, &c, eRefToNode, eAllocNewPtr), -5);
-    EXPECT_LAST_LINE(1, -5, "SetData",
+    EXPECT_FAILED(1, -5, "SetData",
                      "unknown dataType to set data in mode eAllocNewPtr, only eBool,eInt,eDouble and eString supported");
     EXPECT_EQ(SetData(&slot, nullptr, eUndef, eAllocNewPtr), -5);
-    EXPECT_LAST_LINE(1, -5, "SetData",
+    EXPECT_FAILED(1, -5, "SetData",
                      "unknown dataType to set data in mode eAllocNewPtr, only eInt,eDouble and eString supported");
     EXPECT_EQ(slot, nullptr);
 }
@@ -193,17 +193,17 @@ TEST_F(NodeData, AllocNewByType) {
 TEST_F(NodeData, ReleaseDataLeavesPointsAlone) {
     auto* point = static_cast<QVPoint2f*>(std::malloc(sizeof(QVPoint2f)));
     EXPECT_EQ(ReleaseData(point, eFloatPoint2d, 0), -5);
-    EXPECT_LAST_LINE(5, 0, "ReleaseData", "cannot delete data with data type point_2f");
+    EXPECT_FAILED(5, 0, "ReleaseData", "cannot delete data with data type point_2f");
     std::free(point);  // still ours: nothing was freed
     // A null value goes the same way as any other of its type: freeing nothing is fine for a
     // plain value, the array and binary releases report their null record, points stay refused.
     EXPECT_EQ(ReleaseData(nullptr, eInt, 0), 0);
     EXPECT_EQ(ReleaseData(nullptr, eQVArray, 0), -2);
-    EXPECT_LAST_LINE(4, 0, "ReleaseArray", "array is NULL");
+    EXPECT_FAILED(4, 0, "ReleaseArray", "array is NULL");
     EXPECT_EQ(ReleaseData(nullptr, eQVBinaryData, 0), -2);
-    EXPECT_LAST_LINE(1, -2, "ReleaseBinaryData", "binary data is NULL, cannot release data");
+    EXPECT_FAILED(1, -2, "ReleaseBinaryData", "binary data is NULL, cannot release data");
     EXPECT_EQ(ReleaseData(nullptr, eDoublePoint3d, 0), -5);
-    EXPECT_LAST_LINE(5, 0, "ReleaseData", "cannot delete data with data type point_3d");
+    EXPECT_FAILED(5, 0, "ReleaseData", "cannot delete data with data type point_3d");
     EXPECT_EQ(ReleaseData(nullptr, eNoData, 0), 0);
 }
 
@@ -214,7 +214,7 @@ TEST_F(NodeData, ReleaseNodeDataByOwnership) {
     EXPECT_EQ(ReleaseNodeData(n, ReleaseData), 0);  // owned: freed
     EXPECT_EQ(n->data, nullptr);
     EXPECT_EQ(ReleaseNodeData(n, ReleaseData), -2);
-    EXPECT_LAST_LINE(1, -2, "ReleaseNodeData", "node or node data is NULL");
+    EXPECT_FAILED(1, -2, "ReleaseNodeData", "node or node data is NULL");
 
     SetNodeData(n, &v, eInt, eSetPtr);
     EXPECT_EQ(ReleaseNodeData(n, ReleaseData), 0);  // not owned: only cleared
@@ -254,7 +254,7 @@ TEST_F(NodeData, ConversionAndText) {
     EXPECT_STREQ(text, "42.00");
     EXPECT_EQ(updateDataType(n, eRefToNode), -5);
     EXPECT_EQ(updateDataType(nullptr, eInt), -2);
-    EXPECT_LAST_LINE(1, -2, "updateDataType", "node is NULL");
+    EXPECT_FAILED(1, -2, "updateDataType", "node is NULL");
     qvtest::clear();
     EXPECT_EQ(NodeDataToString(nullptr, 2, text), -2);
     EXPECT_EQ(count(), 0u);

@@ -50,7 +50,7 @@ TEST_F(Paths, NameArraysSkipThePropertyListLevel) {
     EXPECT_EQ(GetNamePathFromNode(leaf, names), 4);
     EXPECT_STREQ(names[2], "Bee");
     EXPECT_EQ(GetPathFromNode(nullptr, names), 0);
-    EXPECT_LAST_LINE(1, -2, "GetPathFromNode", "node is NULL");
+    EXPECT_FAILED(1, -2, "GetPathFromNode", "node is NULL");
 }
 
 TEST_F(Paths, SeparatedTextAppends) {
@@ -66,7 +66,7 @@ TEST_F(Paths, SeparatedTextAppends) {
     EXPECT_STREQ(text, "root/a/b/");
     EXPECT_EQ(GetPathStrFromNode(a, '/', nullptr), 2);
     EXPECT_EQ(GetPathStrFromNode(nullptr, '/', text), 0);
-    EXPECT_LAST_LINE(1, -2, "GetPathStrFromNode", "node is NULL");
+    EXPECT_FAILED(1, -2, "GetPathStrFromNode", "node is NULL");
 }
 
 TEST_F(Paths, IdPaths) {
@@ -79,7 +79,7 @@ TEST_F(Paths, IdPaths) {
     EXPECT_STREQ(text, "100|1|2|77");
     EXPECT_EQ(ids[3], 77);
     EXPECT_EQ(GetIDPathFromNode(nullptr, ids, text), 0);
-    EXPECT_LAST_LINE(1, -2, "GetIDPathFromNode", "nodeNames is NULL");
+    EXPECT_FAILED(1, -2, "GetIDPathFromNode", "nodeNames is NULL");
 }
 
 TEST_F(Paths, DepthLimit) {
@@ -92,11 +92,11 @@ TEST_F(Paths, DepthLimit) {
     }
     Names names;
     EXPECT_EQ(GetPathFromNode(tip, names), 0);
-    EXPECT_LAST_LINE(0, 33, "GetPathFromNode", "node depth too big");
+    EXPECT_FAILED(0, 33, "GetPathFromNode", "node depth too big");
     EXPECT_EQ(GetPathFromNode(tip->parent->parent, names), 32);  // depth 31: 32 names fit
     char text[QV_STRING_SIZE * 4] = "";
     EXPECT_EQ(GetPathStrFromNode(tip, '|', text), 0);
-    EXPECT_LAST_LINE(0, 33, "GetPathStrFromNode", "node depth too big");
+    EXPECT_FAILED(0, 33, "GetPathStrFromNode", "node depth too big");
     int ids[40];
     EXPECT_EQ(GetIDPathFromNode(tip, ids, nullptr), 34);
     EXPECT_EQ(GetNodeFromIDPath(deep, ids, 34, 0), tip);
@@ -146,9 +146,9 @@ TEST_F(Paths, FollowingNamesFlags) {
     EXPECT_EQ(GetNodeFromPath(a, names, 1, 0x20), nullptr);
     qvtest::clear();
     EXPECT_EQ(GetNodeFromPath(prop, names, 1, 0x20), nullptr);
-    EXPECT_LAST_LINE(1, -2, "FindChildByName", "parent node is NULL");
+    EXPECT_FAILED(1, -2, "FindChildByName", "parent node is NULL");
     EXPECT_EQ(GetNodeFromPath(root, nullptr, 1, 0), nullptr);
-    EXPECT_LAST_LINE(1, -2, "GetNodeFromPath", "nodeNames is NULL");
+    EXPECT_FAILED(1, -2, "GetNodeFromPath", "nodeNames is NULL");
 }
 
 TEST_F(Paths, FollowingIds) {
@@ -156,13 +156,13 @@ TEST_F(Paths, FollowingIds) {
     EXPECT_EQ(GetNodeFromIDPath(a, ids, 4, 0x02), leaf);
     EXPECT_EQ(GetNodeFromIDPath(leaf, ids, 4, 0x02), leaf);  // the start node is the last id
     EXPECT_EQ(GetNodeFromIDPath(a, ids, 4, 0), nullptr);
-    EXPECT_LAST_LINE(6, 0, "GetNodeFromIDPath", "could not extract start node a from id Path");
+    EXPECT_FAILED(6, 0, "GetNodeFromIDPath", "could not extract start node a from id Path");
     int missing[] = {100, 1, 9};
     EXPECT_EQ(GetNodeFromIDPath(b, missing, 3, 0x01), nullptr);
     EXPECT_EQ(GetNodeFromIDPath(nullptr, ids, 4, 0), nullptr);
-    EXPECT_LAST_LINE(1, -2, "GetNodeFromIDPath", "start node is NULL");
+    EXPECT_FAILED(1, -2, "GetNodeFromIDPath", "start node is NULL");
     EXPECT_EQ(GetNodeFromIDPath(a, ids, 0, 0), nullptr);
-    EXPECT_LAST_LINE(1, -2, "GetNodeFromIDPath", "nodeIds is NULL or numNodes < 1");
+    EXPECT_FAILED(1, -2, "GetNodeFromIDPath", "nodeIds is NULL or numNodes < 1");
 }
 
 }  // namespace

@@ -34,10 +34,10 @@ TEST_F(Properties, SetCreatesThenReplaces) {
     EXPECT_STREQ(p->baseName, "breadth");
     EXPECT_STREQ(p->name, "width");  // only the base name is renamed
     EXPECT_EQ(SetPropertyEx(n, 11, "h", &a, eInt, eSetPtr, 6, 0), nullptr);
-    EXPECT_LAST_LINE(1, -5, "SetPropertyEx",
+    EXPECT_FAILED(1, -5, "SetPropertyEx",
                      "could not set property h (id=11) of node n, property does not exist, addIfNew is set to false");
     EXPECT_EQ(SetProperty(nullptr, 1, "x", &a, eInt, eSetPtr), nullptr);
-    EXPECT_LAST_LINE(1, -2, "SetPropertyEx", "node is Null");
+    EXPECT_FAILED(1, -2, "SetPropertyEx", "node is Null");
     ReleaseTreeNode(n, 1);
 }
 
@@ -81,7 +81,7 @@ TEST_F(Properties, SweepRemovesUnmarked) {
     QVTreeNode* bare = node("bare", 2);
     EXPECT_EQ(RemoveInvalidProperties(bare), 0);
     EXPECT_EQ(RemoveInvalidProperties(nullptr), -2);
-    EXPECT_LAST_LINE(1, -2, "RemoveInvalidProperties", "node is NULL");
+    EXPECT_FAILED(1, -2, "RemoveInvalidProperties", "node is NULL");
     ReleaseTreeNode(bare, 1);
     ReleaseTreeNode(n, 1);
 }
@@ -98,12 +98,12 @@ TEST_F(Properties, AddPropertyMakesAListWithoutValidList) {
     EXPECT_EQ(p->access, 16u);
     EXPECT_EQ(p->data, &v);  // eReplacePtr: the caller's pointer
     EXPECT_EQ(AddProperty(n, 4, "again", &v, eInt, 6), p);
-    EXPECT_LAST_LINE(1, -5, "AddProperty",
+    EXPECT_FAILED(1, -5, "AddProperty",
                      "Property with again already exists at node \"n\", use SetProperty function to set value of existing property");
     EXPECT_EQ(RemoveInvalidProperties(n), -2);
-    EXPECT_LAST_LINE(1, -2, "RemoveInvalidProperties", "could not find property-valid list in property-node");
+    EXPECT_FAILED(1, -2, "RemoveInvalidProperties", "could not find property-valid list in property-node");
     EXPECT_EQ(AddProperty(nullptr, 1, "x", &v, eInt, 6), nullptr);
-    EXPECT_LAST_LINE(1, -2, "AddProperty", "node or node->Properties is Null");
+    EXPECT_FAILED(1, -2, "AddProperty", "node or node->Properties is Null");
     ReleaseTreeNode(n, 1);
     EXPECT_EQ(v, 3);
 }
@@ -117,9 +117,9 @@ TEST_F(Properties, AccessReadAndRemove) {
     EXPECT_EQ(SetPropertyAccess(root, 30, 1), 0);
     EXPECT_EQ(deep->access, 1u);
     EXPECT_EQ(SetPropertyAccess(root, 31, 1), -5);
-    EXPECT_LAST_LINE(1, -5, "SetPropertyAccess", "could not find property with id 31");
+    EXPECT_FAILED(1, -5, "SetPropertyAccess", "could not find property with id 31");
     EXPECT_EQ(SetPropertyAccess(nullptr, 30, 1), 0);
-    EXPECT_LAST_LINE(1, -2, "SetPropertyAccess", "node is Null");
+    EXPECT_FAILED(1, -2, "SetPropertyAccess", "node is Null");
 
     EXPECT_EQ(GetPropertyAt(child, 0), deep);
     EXPECT_EQ(GetPropertyAt(child, 1), nullptr);
@@ -127,16 +127,16 @@ TEST_F(Properties, AccessReadAndRemove) {
     EXPECT_EQ(GetPropertyValueAt(child, 0, &type), &v);
     EXPECT_EQ(type, eInt);
     EXPECT_EQ(GetPropertyValueAt(child, 3, &type), nullptr);
-    EXPECT_LAST_LINE(2, -2, "GetPropertyValueAt", "property at index is NULL");
+    EXPECT_FAILED(2, -2, "GetPropertyValueAt", "property at index is NULL");
     EXPECT_EQ(GetPropertyAt(child, 8), nullptr);
-    EXPECT_LAST_LINE(1, -5, "GetPropertyAt", "property index invalid");
+    EXPECT_FAILED(1, -5, "GetPropertyAt", "property index invalid");
     EXPECT_EQ(GetPropertyValueAt(root, -1, &type), nullptr);
-    EXPECT_LAST_LINE(1, -5, "GetPropertyValueAt", "property index invalid");
+    EXPECT_FAILED(1, -5, "GetPropertyValueAt", "property index invalid");
     QVTreeNode* bare = node("bare", 5);
     EXPECT_EQ(GetPropertyAt(bare, 0), nullptr);
-    EXPECT_LAST_LINE(1, -2, "GetPropertyAt", "node or node properties is NULL");
+    EXPECT_FAILED(1, -2, "GetPropertyAt", "node or node properties is NULL");
     EXPECT_EQ(RemovePropertyAt(bare, 0), nullptr);
-    EXPECT_LAST_LINE(1, -2, "RemovePropertyAt", "node or node->Properties is NULL");
+    EXPECT_FAILED(1, -2, "RemovePropertyAt", "node or node->Properties is NULL");
 
     SetProperty(child, 31, "second", &v, eInt, eSetPtr);
     QVTreeNode* removed = RemovePropertyAt(child, 0);
@@ -146,7 +146,7 @@ TEST_F(Properties, AccessReadAndRemove) {
     EXPECT_EQ(second->id, 31);
     EXPECT_EQ(RemovePropertyByID(child, 31), nullptr);
     EXPECT_EQ(RemovePropertyByID(nullptr, 31), nullptr);
-    EXPECT_LAST_LINE(1, -2, "RemovePropertyByID", "node is NULL");
+    EXPECT_FAILED(1, -2, "RemovePropertyByID", "node is NULL");
     for (QVTreeNode* x : {removed, second, bare, root}) ReleaseTreeNode(x, 1);
 }
 

@@ -86,9 +86,9 @@ TEST_F(RefNodes, NamedAndUninitialised) {
     EXPECT_EQ(ref->properties->numChildren, 0);
 
     EXPECT_EQ(CreateRefNode("x", nullptr, 1), nullptr);
-    EXPECT_LAST_LINE(1, -2, "CreateRefNode", "nodeToRef is NULL");
+    EXPECT_FAILED(1, -2, "CreateRefNode", "nodeToRef is NULL");
     EXPECT_EQ(InitRefNode(nullptr), -2);
-    EXPECT_LAST_LINE(1, -2, "InitRefNode", "ref node or ref node data is NULL");
+    EXPECT_FAILED(1, -2, "InitRefNode", "ref node or ref node data is NULL");
     ref->data = nullptr;
     EXPECT_EQ(InitRefNode(ref), -2);
 }
@@ -120,7 +120,7 @@ TEST_F(RefNodes, FoundByIdPathThenByNamePath) {
     SetNodeName(b, "gone");
     ref->data = nullptr;
     EXPECT_EQ(LoadRefNode(ref, root, 0), -5);
-    EXPECT_LAST_LINE(1, -5, "LoadRefNode", "could not find referenced node from name-path \"root|a|b\"");
+    EXPECT_FAILED(1, -5, "LoadRefNode", "could not find referenced node from name-path \"root|a|b\"");
     EXPECT_EQ(ref->data, nullptr);
 }
 
@@ -138,26 +138,26 @@ TEST_F(RefNodes, LookupFailures) {
     QVTreeNode* ref = CreateRefNode("link", b, 0);
     AppendChild(other, ref);
     EXPECT_EQ(LoadRefNode(nullptr, root, 0), -2);
-    EXPECT_LAST_LINE(1, -2, "LoadRefNode", "ref node or root node is NULL");
+    EXPECT_FAILED(1, -2, "LoadRefNode", "ref node or root node is NULL");
     EXPECT_EQ(LoadRefNode(ref, nullptr, 0), -2);
 
     ref->data = nullptr;
     EXPECT_EQ(LoadRefNode(ref, root, 0), -5);
-    EXPECT_LAST_LINE(1, -5, "LoadRefNode", "could not find id-path property at reference node");
+    EXPECT_FAILED(1, -5, "LoadRefNode", "could not find id-path property at reference node");
     int number = 5;
     SetProperty(ref, 2, "NodeIDPath", &number, eInt, eAllocNewPtr);
     EXPECT_EQ(LoadRefNode(ref, root, 0), -5);
-    EXPECT_LAST_LINE(1, -5, "LoadRefNode", "could not find id-path property at reference node");
+    EXPECT_FAILED(1, -5, "LoadRefNode", "could not find id-path property at reference node");
 
     QVTreeNode* removed = RemovePropertyByID(ref, 2);
     ReleaseTreeNode(removed, 1);
     SetProperty(ref, 2, "NodeIDPath", "||", eString, eAllocNewPtr);
     EXPECT_EQ(LoadRefNode(ref, root, 0), -5);
-    EXPECT_LAST_LINE(1, -5, "LoadRefNode", "could not extract id-path from reference node");
+    EXPECT_FAILED(1, -5, "LoadRefNode", "could not extract id-path from reference node");
 
     SetProperty(ref, 2, "NodeIDPath", "100|9", eString, eAllocNewPtr);
     EXPECT_EQ(LoadRefNode(ref, root, 0), -5);
-    EXPECT_LAST_LINE(1, -5, "LoadRefNode", "could not find get name path property");
+    EXPECT_FAILED(1, -5, "LoadRefNode", "could not find get name path property");
     SetProperty(ref, 1, "NodeNamePath", "root|a|b", eString, eAllocNewPtr);
     EXPECT_EQ(LoadRefNode(ref, root, 0), 0);
     EXPECT_EQ(ref->data, b);

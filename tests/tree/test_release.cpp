@@ -37,7 +37,7 @@ TEST_F(Release, NodeStillHeldKeepsItselfButNotItsChildren) {
     children(held, 2);
     held->refCount = 2;  // held by something besides its parent
     EXPECT_EQ(ReleaseTreeNode(held, 0), -5);
-    EXPECT_LAST_LINE(2, -5, "ReleaseTreeNodeEx", "cannot delete node held, refCount > 0");
+    EXPECT_FAILED(2, -5, "ReleaseTreeNodeEx", "cannot delete node held, refCount > 0");
     EXPECT_EQ(held->refCount, 1);
     EXPECT_EQ(held->numChildren, 0);
     EXPECT_EQ(held->parent, parent);
@@ -88,7 +88,7 @@ TEST_F(Release, DeleteFunctionGetsDataAndUserData) {
     EXPECT_EQ(ReleaseTreeNode(plain, 1), 0);
     EXPECT_EQ(a, 1);
     EXPECT_EQ(ReleaseTreeNode(nullptr, 1), -2);
-    EXPECT_LAST_LINE(1, -2, "ReleaseTreeNodeEx", "cannot release TreeNode, Node is NULL");
+    EXPECT_FAILED(1, -2, "ReleaseTreeNodeEx", "cannot release TreeNode, Node is NULL");
 }
 
 TEST_F(Release, OwnedDataAndPropertiesAreFreedWithTheNode) {
@@ -117,7 +117,7 @@ TEST_F(Release, ReleaseChildNodesEmptiesEverySlot) {
     EXPECT_EQ(b->parent, nullptr);
     ReleaseTreeNode(b, 0);
     EXPECT_EQ(ReleaseChildNodes(nullptr, nullptr), -2);
-    EXPECT_LAST_LINE(1, -2, "ReleaseChildNodes", "cannot release TreeNode, Node is NULL");
+    EXPECT_FAILED(1, -2, "ReleaseChildNodes", "cannot release TreeNode, Node is NULL");
     ReleaseTreeNode(p, 0);
 }
 

@@ -48,11 +48,11 @@ TEST_F(Search, ChildSearches) {
     EXPECT_EQ(FindChildByName(root, "Alpha shown", 1), nullptr);
     EXPECT_EQ(count(), 0u);
     EXPECT_EQ(FindChildByName(nullptr, "a", 0), nullptr);
-    EXPECT_LAST_LINE(1, -2, "FindChildByName", "parent node is NULL");
+    EXPECT_FAILED(1, -2, "FindChildByName", "parent node is NULL");
     b->dataType = eInt;
     EXPECT_EQ(FindChildByType(root, eInt), b);
     EXPECT_EQ(FindChildByType(nullptr, eInt), nullptr);
-    EXPECT_LAST_LINE(1, -2, "FindChildByType", "node is NULL");
+    EXPECT_FAILED(1, -2, "FindChildByType", "node is NULL");
     // Holes of eFixedIndex are skipped.
     QVTreeNode* fixed = CreateEmptyTreeNodeN("f", 9, eFixedIndex, 0, 8);
     QVTreeNode* k = CreateEmptyTreeNode("k", 4);
@@ -87,7 +87,7 @@ TEST_F(Search, FindNodeByIdFlags) {
     EXPECT_EQ(FindNodeByID(a, 60, 0x20), nullptr);
     EXPECT_EQ(FindNodeByID(a1, 2, 0x11), b);  // from the root
     EXPECT_EQ(FindNodeByID(root, 3, 0x94), nullptr);
-    EXPECT_LAST_LINE(1, -9, "FindNodeByID", "Breadth-First-Search not implemented yet");
+    EXPECT_FAILED(1, -9, "FindNodeByID", "Breadth-First-Search not implemented yet");
     EXPECT_EQ(FindNodeByID(root, 2, 0x94), b);  // falls back to one level
     EXPECT_EQ(FindNodeByID(a1, 1, 0x40), a);
     EXPECT_EQ(FindNodeByID(a1, 3, 0x40), a1);
@@ -96,7 +96,7 @@ TEST_F(Search, FindNodeByIdFlags) {
     EXPECT_EQ(FindNodeByID(nullptr, 7, 0x40), nullptr);
     EXPECT_EQ(count(), 0u);
     EXPECT_EQ(FindNodeByID(nullptr, 7, 0x10), nullptr);
-    EXPECT_LAST_LINE(1, -2, "FindNodeByID", "start node is NULL");
+    EXPECT_FAILED(1, -2, "FindNodeByID", "start node is NULL");
     EXPECT_EQ(FindPropertyByIDRecursive(root, 60), pa1);
     EXPECT_EQ(FindPropertyByIDRecursive(root, 1), nullptr);
 }
@@ -115,7 +115,7 @@ TEST_F(Search, UpwardAndMembership) {
     EXPECT_EQ(IsNodeChildOf(a, pa, 0, 0x20), 1);
     EXPECT_EQ(IsNodeChildOf(root, pa1, -1, 0x20), 1);
     EXPECT_EQ(IsNodeChildOf(nullptr, a, 1, 0), 0);
-    EXPECT_LAST_LINE(5, 0, "IsNodeChildOf", "parent or child is NULL");
+    EXPECT_FAILED(5, 0, "IsNodeChildOf", "parent or child is NULL");
 }
 
 TEST_F(Search, DataPointers) {
@@ -130,7 +130,7 @@ TEST_F(Search, DataPointers) {
     EXPECT_EQ(FindNodeByDataPtr(a, &value, 0xB0), nullptr);
     EXPECT_EQ(count(), 0u);
     EXPECT_EQ(FindNodeByDataPtr(pb, &value, 0x20), nullptr);  // pb has no property list
-    EXPECT_LAST_LINE(1, -2, "FindNodeByDataPtr", "start node is NULL");
+    EXPECT_FAILED(1, -2, "FindNodeByDataPtr", "start node is NULL");
 }
 
 TEST_F(Search, CollectingByType) {
@@ -165,9 +165,9 @@ TEST_F(Search, CollectingByType) {
     EXPECT_EQ(FindNodeByType(root, eQVBinaryData, 0x30), nullptr);
 
     EXPECT_EQ(FindMultipleNodesByType(nullptr, eInt, 0x10, 1, found), 0);
-    EXPECT_LAST_LINE(1, -2, "FindMultipleNodesByType", "start node is NULL");
+    EXPECT_FAILED(1, -2, "FindMultipleNodesByType", "start node is NULL");
     EXPECT_EQ(FindMultipleNodesByType(root, eInt, 0x10, 1, nullptr), -2);
-    EXPECT_LAST_LINE(1, -2, "FindMultipleNodesByType", "outpur array is NULL");
+    EXPECT_FAILED(1, -2, "FindMultipleNodesByType", "outpur array is NULL");
     ReleaseArray(found, 0);
     ReleaseTreeNode(other, 0);
 }
@@ -177,15 +177,15 @@ TEST_F(Search, PropertyLookups) {
     EXPECT_EQ(FindPropertyByID(a1, 60, &type), pa1);
     EXPECT_EQ(type, eDouble);
     EXPECT_EQ(FindPropertyByID(a1, 61, &type), nullptr);
-    EXPECT_LAST_LINE(7, 0, "FindPropertyByID", "property 61 not found");
+    EXPECT_FAILED(7, 0, "FindPropertyByID", "property 61 not found");
     EXPECT_EQ(FindPropertyByName(a, "PA", 2, nullptr), pa);
     EXPECT_EQ(FindPropertyByName(a, "zz", 0, nullptr), nullptr);
-    EXPECT_LAST_LINE(4, 0, "FindPropertyByName", "property zz not found");
+    EXPECT_FAILED(4, 0, "FindPropertyByName", "property zz not found");
     QVTreeNode* bare = CreateEmptyTreeNodeN("bare", 1, eShift, 0, 0);
     EXPECT_EQ(FindPropertyByID(bare, 1, nullptr), nullptr);
-    EXPECT_LAST_LINE(1, -2, "FindPropertyByID", "node or node->Properties is NULL");
+    EXPECT_FAILED(1, -2, "FindPropertyByID", "node or node->Properties is NULL");
     EXPECT_EQ(FindPropertyByName(nullptr, "x", 0, nullptr), nullptr);
-    EXPECT_LAST_LINE(1, -2, "FindPropertyByName", "node or node->Properties is NULL");
+    EXPECT_FAILED(1, -2, "FindPropertyByName", "node or node->Properties is NULL");
     ReleaseTreeNode(bare, 0);
 }
 

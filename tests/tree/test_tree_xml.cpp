@@ -44,7 +44,7 @@ TEST_F(TreeXml, ElementFormat) {
 
     Document doc("<doc/>");
     ASSERT_EQ(WriteTreeNodeToXML(doc.handle(), root, nullptr, 0), 0);
-    EXPECT_LAST_LINE(5, 0, "WriteTreeNodeToXML", "node parsing done");
+    EXPECT_FAILED(5, 0, "WriteTreeNodeToXML", "node parsing done");
     // The names are cleaned in the nodes themselves.
     EXPECT_STREQ(lage->baseName, "Lage_X");
     EXPECT_STREQ(lage->name, "Lage X");
@@ -327,13 +327,13 @@ TEST_F(TreeXml, ChildrenThatCannotBePlacedAreReleased) {
     QVTreeNode* n = doc.read("n");
     ASSERT_NE(n, nullptr);
     EXPECT_EQ(slots(n), "-,a,-,-,-,-,-,-");
-    EXPECT_LAST_LINE(1, -5, "InsertChildAt",
+    EXPECT_FAILED(1, -5, "InsertChildAt",
                      "cannot insert new child b at index 1: there's already a child node at this position: a");
     ReleaseTreeNode(n, 1);
     QVTreeNode* s = doc.read("s");
     ASSERT_NE(s, nullptr);
     EXPECT_EQ(s->numChildren, 0);
-    EXPECT_LAST_LINE(1, -9, "InsertChildAt", " sorting child nodes is not implemented yet");
+    EXPECT_FAILED(1, -9, "InsertChildAt", " sorting child nodes is not implemented yet");
     ReleaseTreeNode(s, 1);  // the sanitizer build sees any leak of the rejected children
 }
 
@@ -344,13 +344,13 @@ TEST_F(TreeXml, HostileSizesAndNestingAreRefused) {
     QVTreeNode* n = doc.read("n");
     ASSERT_NE(n, nullptr);
     EXPECT_EQ(n->childArraySize, 0);
-    EXPECT_LAST_LINE(1, -5, "ReadTreeNodeFromXML", "child array size 99999999 of node n is out of range");
+    EXPECT_FAILED(1, -5, "ReadTreeNodeFromXML", "child array size 99999999 of node n is out of range");
     ReleaseTreeNode(n, 1);
     QVTreeNode* m = doc.read("m");
     ASSERT_NE(m, nullptr);
     EXPECT_EQ(m->numChildren, 0);
     EXPECT_EQ(m->childArraySize, 8);
-    EXPECT_LAST_LINE(1, -5, "ReadTreeNodeFromXML", "child index 2000000000 of node m is out of range");
+    EXPECT_FAILED(1, -5, "ReadTreeNodeFromXML", "child index 2000000000 of node m is out of range");
     ReleaseTreeNode(m, 1);
 
     // 1000 nested levels are read, more are refused as a whole.
@@ -368,19 +368,19 @@ TEST_F(TreeXml, HostileSizesAndNestingAreRefused) {
     ReleaseTreeNode(deep, 1);
     Document tooDeep(nested(1001));
     EXPECT_EQ(tooDeep.read(), nullptr);
-    EXPECT_LAST_LINE(1, -5, "ReadTreeNodeFromXML", "xml tree is nested too deeply");
+    EXPECT_FAILED(1, -5, "ReadTreeNodeFromXML", "xml tree is nested too deeply");
 }
 
 TEST_F(TreeXml, WriterFailures) {
     Document doc("<doc><group/></doc>");
     QVTreeNode* n = node("n", 1);
     EXPECT_EQ(WriteTreeNodeToXML(doc.handle(), nullptr, nullptr, 0), -2);
-    EXPECT_LAST_LINE(1, -2, "WriteTreeNodeToXML", "node to write to xml is NULL");
+    EXPECT_FAILED(1, -2, "WriteTreeNodeToXML", "node to write to xml is NULL");
     EXPECT_EQ(WriteTreeNodeToXML(9999, n, nullptr, 0), -2);
-    EXPECT_LAST_LINE(1, -2, "WriteTreeNodeToXML",
+    EXPECT_FAILED(1, -2, "WriteTreeNodeToXML",
                      "specified document is NULL -> load document with LoadXMLFile function first");
     EXPECT_EQ(WriteTreeNodeToXML(doc.handle(), n, "missing", 0), -8);
-    EXPECT_LAST_LINE(1, -8, "WriteTreeNodeToXML", "could not find xml root node");
+    EXPECT_FAILED(1, -8, "WriteTreeNodeToXML", "could not find xml root node");
 
     // Under a named element (cleaned like a tag); a null node as "NULL" with option 1.
     Document grouped("<doc><my_group/></doc>");
@@ -393,7 +393,7 @@ TEST_F(TreeXml, WriterFailures) {
     // A base name that cannot be an element name: the XML library refuses it.
     SetNodeName(n, "3D");
     EXPECT_EQ(WriteTreeNodeToXML(doc.handle(), n, nullptr, 0), -4);
-    EXPECT_LAST_LINE(1, -4, "WriteTreeNodeToXML",
+    EXPECT_FAILED(1, -4, "WriteTreeNodeToXML",
                      "xml error occured during TreeNodeToXML function, last parsed node: 3D");
 
     // A document without root element.
@@ -401,22 +401,22 @@ TEST_F(TreeXml, WriterFailures) {
     raw->removeChild(raw->getDocumentElement())->release();
     SetNodeName(n, "n");
     EXPECT_EQ(WriteTreeNodeToXML(doc.handle(), n, nullptr, 0), -8);
-    EXPECT_LAST_LINE(1, -8, "WriteTreeNodeToXML", "xml root node is NULL");
+    EXPECT_FAILED(1, -8, "WriteTreeNodeToXML", "xml root node is NULL");
     ReleaseTreeNode(n, 1);
 }
 
 TEST_F(TreeXml, ReaderAndLoaderFailures) {
     EXPECT_EQ(ReadTreeNodeFromXML(9999, "x"), nullptr);
-    EXPECT_LAST_LINE(1, -2, "ReadTreeNodeFromXML", "could not find document");
+    EXPECT_FAILED(1, -2, "ReadTreeNodeFromXML", "could not find document");
     Document doc("<doc><a/></doc>");
     EXPECT_EQ(doc.read("x"), nullptr);
-    EXPECT_LAST_LINE(1, -8, "ReadTreeNodeFromXML", "xml node \"x\" could not be found ");
+    EXPECT_FAILED(1, -8, "ReadTreeNodeFromXML", "xml node \"x\" could not be found ");
     Document bare("<doc/>");
     EXPECT_EQ(bare.read(), nullptr);
-    EXPECT_LAST_LINE(1, -8, "ReadTreeNodeFromXML", "xml node \"\" could not be found ");
+    EXPECT_FAILED(1, -8, "ReadTreeNodeFromXML", "xml node \"\" could not be found ");
 
     EXPECT_EQ(LoadTreeNode(nullptr, nullptr), nullptr);
-    EXPECT_LAST_LINE(1, -2, "LoadTreeNode", "path is NULL");
+    EXPECT_FAILED(1, -2, "LoadTreeNode", "path is NULL");
     QVTreeNode* tree = CreateEmptyTreeNode("root", 1);
     children(tree, 3);
     const auto good = tempDir() / "good.xml";
@@ -437,13 +437,13 @@ TEST_F(TreeXml, ReaderAndLoaderFailures) {
         else if (!content.empty())
             writeFile(path, content);
         EXPECT_EQ(LoadTreeNode(path.string().c_str(), nullptr), nullptr) << name;
-        EXPECT_LAST_LINE(1, -8, "LoadTreeNode", "could not load XML document from " + path.string());
+        EXPECT_FAILED(1, -8, "LoadTreeNode", "could not load XML document from " + path.string());
     }
     // Well-formed, but no tree in it.
     const auto rootOnly = tempDir() / "root_only.xml";
     writeFile(rootOnly, "<XML_Root_Node/>");
     EXPECT_EQ(LoadTreeNode(rootOnly.string().c_str(), nullptr), nullptr);
-    EXPECT_LAST_LINE(1, -8, "LoadTreeNode", "could not read tree node from XML document " + rootOnly.string());
+    EXPECT_FAILED(1, -8, "LoadTreeNode", "could not read tree node from XML document " + rootOnly.string());
     EXPECT_EQ(LoadTreeNode(good.string().c_str(), "nothing"), nullptr);
     EXPECT_EQ(linesContaining("xml node \"nothing\" could not be found ").size(), 1u);
 }

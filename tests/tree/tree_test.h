@@ -7,7 +7,7 @@
 
 #include "QV_Tools.h"
 #include "support/log_capture.h"
-#include "xml/xml_log_expect.h"
+#include "support/log_capture.h"
 
 namespace treetest {
 

@@ -8,7 +8,7 @@
 
 #include "QV_Tools.h"
 #include "support/log_capture.h"
-#include "xml/xml_log_expect.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -166,7 +166,7 @@ TEST_F(ValueParse, DoublePointsHoldFloatBitsInTheirLowBytes) {
 
 TEST_F(ValueParse, IncompleteTextsLogAndStillGiveTheValue) {
     const QVPoint3i p3i = parsed<QVPoint3i>("1.5", eIntPoint3d);
-    EXPECT_LAST_LINE(2, -5, "ParseData", "could not parse QV_Point3i correctly");
+    EXPECT_FAILED(2, -5, "ParseData", "could not parse QV_Point3i correctly");
     EXPECT_EQ(p3i.x, 1);
     EXPECT_EQ(p3i.y, 0);
     EXPECT_EQ(p3i.z, 0);
@@ -190,7 +190,7 @@ TEST_F(ValueParse, IncompleteTextsLogAndStillGiveTheValue) {
         void* value = ParseData(c.text, c.type);
         EXPECT_NE(value, nullptr) << c.type;
         EXPECT_EQ(count(), 1u) << c.type;
-        EXPECT_LAST_LINE(2, -5, "ParseData", c.message);
+        EXPECT_FAILED(2, -5, "ParseData", c.message);
         std::free(value);
     }
     const QVRect r = parsed<QVRect>("9;8", eQVRect);
@@ -256,9 +256,9 @@ TEST_F(ValueParse, ArraysThatCannotBeMade) {
     EXPECT_EQ(count(), 0u);
     // Element types without a size: the size call logs, the result is null.
     EXPECT_EQ(ParseData("-28\n1 2\n", eQVArray), nullptr);
-    EXPECT_LAST_LINE(1, -5, "GetTypeSize", "cannot achieve size of unknown datatype");
+    EXPECT_FAILED(1, -5, "GetTypeSize", "cannot achieve size of unknown datatype");
     EXPECT_EQ(ParseData("x\n1;2\n", eQVArray), nullptr);   // type stays eUndef
-    EXPECT_LAST_LINE(1, -5, "GetTypeSize", "cannot achieve size of unknown datatype");
+    EXPECT_FAILED(1, -5, "GetTypeSize", "cannot achieve size of unknown datatype");
     // Malformed elements leave the new array empty.
     auto* array = static_cast<QVArray*>(ParseData("-4\n1;zz;3\n", eQVArray));
     ASSERT_NE(array, nullptr);

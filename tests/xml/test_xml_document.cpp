@@ -11,7 +11,7 @@
 
 #include "QV_Tools.h"
 #include "support/log_capture.h"
-#include "xml/xml_log_expect.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -66,7 +66,7 @@ TEST(XmlHandlesDeathTest, FreshProcessNumbersFromOne) {
 
 TEST_F(XmlDocument, HandlesGrowAndAreLoggedAsNotices) {
     const int a = keep(CreateXMLDocument("a"));
-    EXPECT_LAST_LINE(5, 0, "CXMLManager::AddDocument",
+    EXPECT_FAILED(5, 0, "CXMLManager::AddDocument",
                      "Add xml document to xmlManager -> idx: " + std::to_string(a));
     const int b = keep(CreateXMLDocument("b"));
     EXPECT_EQ(b, a + 1);
@@ -88,7 +88,7 @@ TEST_F(XmlDocument, RootNameDefaultsForNullAndEmpty) {
 TEST_F(XmlDocument, InvalidRootNameGivesMinusOne) {
     const int before = keep(CreateXMLDocument("x"));
     EXPECT_EQ(CreateXMLDocument("1 bad"), -1);
-    EXPECT_LAST_LINE(1, -1, "CreateXMLDocument", "could not create xml document with root node \"1 bad\"");
+    EXPECT_FAILED(1, -1, "CreateXMLDocument", "could not create xml document with root node \"1 bad\"");
     // No handle was used up by the failure.
     EXPECT_EQ(keep(CreateXMLDocument("y")), before + 1);
 }
@@ -145,7 +145,7 @@ TEST_F(XmlDocument, BadTextsFailWithoutADocument) {
         ::testing::internal::CaptureStderr();
         EXPECT_EQ(fromText(text), -8) << text;
         const std::string err = ::testing::internal::GetCapturedStderr();
-        EXPECT_LAST_LINE(1, -8, "XMLDocumentFromString", "could not create xml document from input buffer");
+        EXPECT_FAILED(1, -8, "XMLDocumentFromString", "could not create xml document from input buffer");
         EXPECT_EQ(err.rfind("Exception Occurred \"", 0), 0u) << err;
         EXPECT_EQ(err.substr(err.size() - 5), "\".  \n") << err;
     }
@@ -167,19 +167,19 @@ TEST_F(XmlDocument, DocumentTypeValidationErrorsDoNotStopTheParse) {
 
 TEST_F(XmlDocument, NullArguments) {
     EXPECT_EQ(XMLDocumentFromString(nullptr, 3), -2);
-    EXPECT_LAST_LINE(1, -2, "XMLDocumentFromString", "input bytes are NULL");
+    EXPECT_FAILED(1, -2, "XMLDocumentFromString", "input bytes are NULL");
     EXPECT_EQ(CXMLManager::XMLDocumentFromBytes(nullptr, 3), nullptr);
-    EXPECT_LAST_LINE(1, -2, "CXMLManager::XMLDocumentFromBytes", "xmlBytes is NULL");
+    EXPECT_FAILED(1, -2, "CXMLManager::XMLDocumentFromBytes", "xmlBytes is NULL");
     EXPECT_EQ(LoadXMLFile(nullptr), -2);
-    EXPECT_LAST_LINE(1, -2, "LoadXMLFile", "path is NULL");
+    EXPECT_FAILED(1, -2, "LoadXMLFile", "path is NULL");
     const int handle = keep(CreateXMLDocument("a"));
     unsigned length = 77;
     EXPECT_EQ(XMLDocumentToString(handle, nullptr, &length), -2);
-    EXPECT_LAST_LINE(1, -2, "CXMLManager::XMLDocumentToBytes", "output argument is NULL");
+    EXPECT_FAILED(1, -2, "CXMLManager::XMLDocumentToBytes", "output argument is NULL");
     EXPECT_EQ(length, 77u);
     char buffer[256];
     EXPECT_EQ(CXMLManager::XMLDocumentToBytes(nullptr, 0, buffer, nullptr), -2);
-    EXPECT_LAST_LINE(1, -2, "CXMLManager::XMLDocumentToBytes", "document is NULL");
+    EXPECT_FAILED(1, -2, "CXMLManager::XMLDocumentToBytes", "document is NULL");
     // The length output is optional.
     EXPECT_EQ(XMLDocumentToString(handle, buffer, nullptr), 0);
     EXPECT_EQ(std::string(buffer), std::string(kDeclaration) + "<a/>");
@@ -191,7 +191,7 @@ TEST_F(XmlDocument, UnknownAndReleasedHandles) {
     EXPECT_EQ(ReleaseXMLDocument(handle), 0);
     char buffer[256] = "untouched";
     EXPECT_EQ(XMLDocumentToString(handle, buffer, nullptr), -5);
-    EXPECT_LAST_LINE(1, -5, "XMLDocumentToString", "could not achieve specified xml document");
+    EXPECT_FAILED(1, -5, "XMLDocumentToString", "could not achieve specified xml document");
     EXPECT_STREQ(buffer, "untouched");
     EXPECT_EQ(XMLDocumentToString(0, buffer, nullptr), -5);
     EXPECT_EQ(XMLDocumentToString(-3, buffer, nullptr), -5);
@@ -223,7 +223,7 @@ TEST_F(XmlDocument, SaveIndentsOnlyWithOptionTwo) {
     const auto flat = tempDir() / "flat.xml";
     const auto pretty = tempDir() / "pretty.xml";
     EXPECT_EQ(SaveXMLDocument(handle, flat.c_str(), 0), 0);
-    EXPECT_LAST_LINE(5, 0, "CXMLManager::SaveXMLDocument", "successfully wrote: " + flat.string());
+    EXPECT_FAILED(5, 0, "CXMLManager::SaveXMLDocument", "successfully wrote: " + flat.string());
     EXPECT_EQ(linesContaining("trying to write xml file: " + flat.string()).size(), 1u);
     EXPECT_EQ(readFile(flat), std::string(kDeclaration) + "<a><b><c>1</c></b></a>");
     // Other bits are ignored.
@@ -244,7 +244,7 @@ TEST_F(XmlDocument, SaveToUnwritablePathFails) {
     EXPECT_EQ(SaveXMLDocument(handle, "", 0), -4);
     EXPECT_EQ(last()->code, -8);
     EXPECT_EQ(SaveXMLDocument(handle, nullptr, 0), -4);
-    EXPECT_LAST_LINE(1, -2, "CXMLManager::SaveXMLDocument", "document or path is NULL");
+    EXPECT_FAILED(1, -2, "CXMLManager::SaveXMLDocument", "document or path is NULL");
 }
 
 TEST_F(XmlDocument, LoadFileRoundTripAndFailures) {
@@ -253,7 +253,7 @@ TEST_F(XmlDocument, LoadFileRoundTripAndFailures) {
     ASSERT_EQ(SaveXMLDocument(handle, path.c_str(), 2), 0);
     const int loaded = keep(LoadXMLFile(path.c_str()));
     ASSERT_GT(loaded, 0);
-    EXPECT_LAST_LINE(5, 0, "CXMLManager::AddDocument",
+    EXPECT_FAILED(5, 0, "CXMLManager::AddDocument",
                      "Add xml document to xmlManager -> idx: " + std::to_string(loaded));
 
     const auto missing = tempDir() / "none.xml";
@@ -262,7 +262,7 @@ TEST_F(XmlDocument, LoadFileRoundTripAndFailures) {
     EXPECT_EQ(::testing::internal::GetCapturedStderr(),
               "Exception Occurred \"unable to open primary document entity '" + missing.string() +
                   "'\".  \nFile being parsed is \"" + missing.string() + "\".\n");
-    EXPECT_LAST_LINE(1, -8, "LoadXMLFile", "could not load xml document from \"" + missing.string() + "\"");
+    EXPECT_FAILED(1, -8, "LoadXMLFile", "could not load xml document from \"" + missing.string() + "\"");
 
     const auto truncated = tempDir() / "truncated.xml";
     const auto empty = tempDir() / "empty.xml";
@@ -275,7 +275,7 @@ TEST_F(XmlDocument, LoadFileRoundTripAndFailures) {
         EXPECT_EQ(LoadXMLFile(bad.c_str()), -8) << bad;
         const std::string err = ::testing::internal::GetCapturedStderr();
         EXPECT_NE(err.find("File being parsed is \"" + bad.string() + "\".\n"), std::string::npos) << err;
-        EXPECT_LAST_LINE(1, -8, "LoadXMLFile", "could not load xml document from \"" + bad.string() + "\"");
+        EXPECT_FAILED(1, -8, "LoadXMLFile", "could not load xml document from \"" + bad.string() + "\"");
     }
 }
 

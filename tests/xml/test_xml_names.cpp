@@ -6,7 +6,7 @@
 
 #include "QV_Tools.h"
 #include "support/log_capture.h"
-#include "xml/xml_log_expect.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -36,24 +36,24 @@ TEST_F(XmlNames, ValidNamesPassUnchangedAndSilently) {
 
 TEST_F(XmlNames, CleaningCountsEveryChange) {
     EXPECT_EQ(checked("Lage X/Y"), "Lage_X-Y");
-    EXPECT_LAST_LINE(0, -5, "CXMLManager::checkTranscode", "there were 2 invalid xml chars in: Lage X/Y");
+    EXPECT_FAILED(0, -5, "CXMLManager::checkTranscode", "there were 2 invalid xml chars in: Lage X/Y");
     EXPECT_EQ(checked("a\\b&c%d<e>f+g*h"), "a-b-c-d-e-f-g-h");
-    EXPECT_LAST_LINE(0, -5, "CXMLManager::checkTranscode",
+    EXPECT_FAILED(0, -5, "CXMLManager::checkTranscode",
                      "there were 7 invalid xml chars in: a\\b&c%d<e>f+g*h");
     // Umlauts are mended only when the name needs mending anyway.
     EXPECT_EQ(checked("H\xf6he \xfc\x62\x65r \xe4"), "Hohe_uber_a");
-    EXPECT_LAST_LINE(0, -5, "CXMLManager::checkTranscode",
+    EXPECT_FAILED(0, -5, "CXMLManager::checkTranscode",
                      "there were 5 invalid xml chars in: H\xf6he \xfc\x62\x65r \xe4");
 }
 
 TEST_F(XmlNames, BlankTrimmingFollowsTheTextHelper) {
     // The helper drops a leading blank, and a trailing one only together with it.
     EXPECT_EQ(checked(" a b "), "a_b");
-    EXPECT_LAST_LINE(0, -5, "CXMLManager::checkTranscode", "there were 3 invalid xml chars in:  a b ");
+    EXPECT_FAILED(0, -5, "CXMLManager::checkTranscode", "there were 3 invalid xml chars in:  a b ");
     EXPECT_EQ(checked("ab "), "ab_");
-    EXPECT_LAST_LINE(0, -5, "CXMLManager::checkTranscode", "there were 1 invalid xml chars in: ab ");
+    EXPECT_FAILED(0, -5, "CXMLManager::checkTranscode", "there were 1 invalid xml chars in: ab ");
     EXPECT_EQ(checked(" ab"), "ab");
-    EXPECT_LAST_LINE(0, -5, "CXMLManager::checkTranscode", "there were 1 invalid xml chars in:  ab");
+    EXPECT_FAILED(0, -5, "CXMLManager::checkTranscode", "there were 1 invalid xml chars in:  ab");
 }
 
 TEST_F(XmlNames, StillInvalidNamesComeBackCleaned) {
