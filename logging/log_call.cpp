@@ -76,6 +76,12 @@ std::string vformatGeneric(int level, int code, const char* date, const char* ti
 namespace qv {
 
 int fail(int level, int code, const char* function, int line, const char* fmt, ...) {
+    // A notice that no logger would write leaves no trace at all (it never becomes the last
+    // error), so it is not even formatted: notices sit on hot paths such as tree writing.
+    if (code == 0) {
+        CLogManager* manager = qv::logging::managerIfAlive();
+        if (!manager || !manager->AcceptsLevel(level)) return code;
+    }
     const char* date = currentDateEn();
     const char* time = currentTimeDetail(':');
     va_list args;

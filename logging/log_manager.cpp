@@ -56,6 +56,12 @@ void CLogManager::LogMessage(int level, std::string& line, int code) {
         if (logger) logger->LogMessage(level, line, code);
 }
 
+bool CLogManager::AcceptsLevel(int level) const {
+    for (const CStdLogger* logger : m_list)
+        if (logger && logger->GetLogLevel() >= 0 && level <= logger->GetLogLevel()) return true;
+    return false;
+}
+
 void CLogManager::LogIdMessage(int level, std::string& line, int code, int id) {
     CStdLogger*& logger = m_idMap[id];
     if (logger) logger->LogMessage(level, line, code);

@@ -152,6 +152,8 @@ public:
     /* Does nothing, deliberately. */
     void SetLogLevel(int level);
 
+    /* True when some logger of the list would write a message of `level`. */
+    bool AcceptsLevel(int level) const;
     /* Number of entries in the id map (entries holding null included). */
     int IdMapSize() const { return static_cast<int>(m_idMap.size()); }
     /* True when the id map holds an entry (possibly null) under `id`. */

@@ -112,6 +112,23 @@ TEST_F(Loggers, ManagerListIndexesAndLookup) {
     testing::internal::GetCapturedStdout();
 }
 
+TEST_F(Loggers, AcceptsLevelFollowsTheListLoggersFilters) {
+    testing::internal::CaptureStdout();
+    {
+        CLogManager manager;
+        EXPECT_FALSE(manager.AcceptsLevel(0));
+        manager.AddLogger(new CStdLogger(-1, 0, -1));  // takes nothing, even negative levels
+        EXPECT_FALSE(manager.AcceptsLevel(-3));
+        manager.AddIdLogger(new CStdLogger(9, 0, -1), 1);  // id loggers do not count
+        EXPECT_FALSE(manager.AcceptsLevel(0));
+        manager.AddLogger(new CStdLogger(2, 0, -1));
+        EXPECT_TRUE(manager.AcceptsLevel(2));
+        EXPECT_TRUE(manager.AcceptsLevel(-1));
+        EXPECT_FALSE(manager.AcceptsLevel(3));
+    }
+    testing::internal::GetCapturedStdout();
+}
+
 TEST_F(Loggers, ManagerIdMapReplacesAndWalksIds) {
     testing::internal::CaptureStdout();
     {
