@@ -11,25 +11,19 @@
 #include <vector>
 
 #include "support/log_capture.h"
+#include "support/qvtool_run.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kTool = fs::path(QV_TEST_BINARY_DIR) / ".." / "tools" / "qvtool" / "qvtool";
-const fs::path kSample = fs::path(__FILE__).parent_path() / ".." / ".." / "samples" / "part.png";
+using qvtest::lines;
+using qvtest::readFile;
 
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
+const fs::path kTool = qvtest::qvtoolPath();
+const fs::path kSample = qvtest::samplesDir() / "part.png";
 
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(line);
-    return out;
-}
+
 
 class QvtoolThreshold : public qvtest::LogTest {
 protected:
@@ -39,13 +33,10 @@ protected:
     }
     // Runs qvtool threshold with `args`; returns the exit status, fills out and err.
     int run(const std::string& args) {
-        const fs::path out = tempDir() / "stdout.txt", err = tempDir() / "stderr.txt";
-        const std::string command = "'" + kTool.string() + "' threshold " + args + " >'" + out.string() + "' 2>'" +
-                                    err.string() + "'";
-        const int status = std::system(command.c_str());
-        m_out = readFile(out);
-        m_err = readFile(err);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        qvtest::ToolRun result = qvtest::runQvtool("threshold", args, tempDir());
+        m_out = std::move(result.out);
+        m_err = std::move(result.err);
+        return result.status;
     }
     // A binary (P5) grey PGM of the given pixels.
     fs::path pgm(const std::string& name, int width, int height, const std::string& pixels) {

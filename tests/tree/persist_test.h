@@ -9,6 +9,7 @@
 #include <iterator>
 #include <string>
 
+#include "support/qvtool_run.h"
 #include "tree/tree_test.h"
 #include "tree/tree_xml_internal.h"
 
@@ -18,10 +19,7 @@ namespace persisttest {
 // release leaves points alone on purpose, so their owner frees them.
 inline void releaseTree(QVTreeNode* node) { qv::tree::releaseOwnedTree(node); }
 
-inline std::string readFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
+using qvtest::readFile;
 
 inline void writeFile(const std::filesystem::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;

@@ -11,23 +11,19 @@
 #include <string>
 #include <vector>
 
+#include "support/qvtool_run.h"
 #include "tree/persist_test.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using persisttest::readFile;
+using qvtest::lines;
+using qvtest::readFile;
 using persisttest::writeFile;
 
-const fs::path kTool = fs::path(QV_TEST_BINARY_DIR) / ".." / "tools" / "qvtool" / "qvtool";
-const fs::path kSamples = fs::path(__FILE__).parent_path() / ".." / ".." / "samples";
+const fs::path kTool = qvtest::qvtoolPath();
+const fs::path kSamples = qvtest::samplesDir();
 
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(line);
-    return out;
-}
 
 class QvtoolTree : public qvtest::LogTest {
 protected:
@@ -41,13 +37,10 @@ protected:
     }
     // Runs qvtool tree with `args`; returns the exit status, fills m_out and m_err.
     int run(const std::string& args) {
-        const fs::path out = tempDir() / "stdout.txt", err = tempDir() / "stderr.txt";
-        const std::string command =
-            "'" + kTool.string() + "' tree " + args + " >'" + out.string() + "' 2>'" + err.string() + "'";
-        const int status = std::system(command.c_str());
-        m_out = readFile(out);
-        m_err = readFile(err);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        qvtest::ToolRun result = qvtest::runQvtool("tree", args, tempDir());
+        m_out = std::move(result.out);
+        m_err = std::move(result.err);
+        return result.status;
     }
     std::string quoted(const fs::path& path) const { return "'" + path.string() + "'"; }
     // Bad input: status 2, one line on stderr containing `text`, nothing on stdout, the work
