@@ -13,9 +13,12 @@ namespace qv::tree::xmlform {
 constexpr const XMLCh* kValue = u"val";
 constexpr const XMLCh* kChildren = u"children";
 constexpr const XMLCh* kProperties = u"Properties";
-// A node element that stands for a null node (read), and the one written for a null node.
+// A node element that stands for a null node (read).
 constexpr const XMLCh* kEmptyNode = u"EMPTY_NODE";
-constexpr const XMLCh* kNullNode = u"NULL";
+// The same names as the writer gives them, and the element it writes for a null node.
+constexpr const char* kValueTag = "val";
+constexpr const char* kChildrenTag = "children";
+constexpr const char* kNullNodeTag = "NULL";
 
 // Attributes of a node element.
 constexpr const XMLCh* kName = u"name";

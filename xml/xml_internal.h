@@ -2,6 +2,7 @@
 // XML exceptions, and the parse step shared by the file and buffer parsers.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include <xercesc/util/XercesDefs.hpp>
@@ -37,6 +38,19 @@ xercesc::DOMDocument* parseWith(xercesc::XercesDOMParser& parser,
 // Returns "" on success, otherwise the XML library's message; throws nothing.
 std::string serialize(xercesc::DOMImplementation* implementation, xercesc::DOMDocument* document,
                       int options, xercesc::XMLFormatTarget& target);
+
+// `text` made a usable XML name as CXMLManager::checkTranscode makes it (with its log entry),
+// as bytes. `text` must not be null.
+std::string cleanName(const char* text);
+
+// Writes the file `path` through the XML library's file target, with the argument check and
+// the log entries of CXMLManager::SaveXMLDocument: `write` fills the target and returns "" or
+// the XML library's message. Returns true when the file was written.
+bool saveFile(bool haveDocument, const char* path,
+              const std::function<std::string(xercesc::XMLFormatTarget&)>& write);
+
+// The message of the XML library's serialiser for a character that XML cannot hold.
+const std::string& invalidCharacterMessage();
 
 // Sets up a parser as both parsers of the manager are set up.
 void configureParser(xercesc::XercesDOMParser& parser);

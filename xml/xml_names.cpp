@@ -55,12 +55,34 @@ DOMElement* findBelow(DOMNode* node, const XMLCh* name) {
 
 }  // namespace
 
-XMLCh* CXMLManager::checkTranscode(const char* text) {
-    constexpr const char* kFn = "CXMLManager::checkTranscode";
-    if (!text) return nullptr;
-    XMLCh* asGiven = Transcode(text);
-    if (XMLString::isValidNOTATION(asGiven)) return asGiven;
+namespace qv::xml {
+
+namespace {
+
+// True for a plain ASCII name that the XML library takes as a valid notation name without
+// asking it: a letter or "_" first, then letters, digits, ".", "-" and "_" (no ":"). Most
+// names are of this kind; everything else is checked by the library.
+bool plainValidName(const char* text) {
+    auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
+    if (!letter(*text)) return false;
+    for (const char* c = text + 1; *c; ++c)
+        if (!letter(*c) && !(*c >= '0' && *c <= '9') && *c != '.' && *c != '-') return false;
+    return true;
+}
+
+bool validNotation(const char* text) {
+    if (plainValidName(text)) return true;
+    XMLCh* asGiven = CXMLManager::Transcode(text);
+    const bool valid = XMLString::isValidNOTATION(asGiven);
     XMLString::release(&asGiven);
+    return valid;
+}
+
+}  // namespace
+
+std::string cleanName(const char* text) {
+    constexpr const char* kFn = "CXMLManager::checkTranscode";
+    if (validNotation(text)) return text;
 
     std::string cleaned(text);
     // The trailing-blank remover of the text helpers is used as it is: it trims a blank at the
@@ -77,7 +99,14 @@ XMLCh* CXMLManager::checkTranscode(const char* text) {
     }
     if (changes > 0)
         QV_FAIL(0, QV_ERR_ARGUMENT, __LINE__, "there were %d invalid xml chars in: %s", changes, text);
-    return Transcode(cleaned.c_str());
+    return cleaned;
+}
+
+}  // namespace qv::xml
+
+XMLCh* CXMLManager::checkTranscode(const char* text) {
+    if (!text) return nullptr;
+    return Transcode(qv::xml::cleanName(text).c_str());
 }
 
 DOMElement* CXMLManager::FindNode(DOMNode* node, const char* name) {

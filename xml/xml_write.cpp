@@ -67,16 +67,25 @@ int CXMLManager::XMLDocumentToBytes(DOMDocument* document, int options, char* bu
 }
 
 bool CXMLManager::SaveXMLDocument(DOMDocument* document, const char* path, int options) {
+    return qv::xml::saveFile(document != nullptr, path, [document, options](XMLFormatTarget& target) {
+        return qv::xml::serialize(GetInstance()->m_implementation, document, options, target);
+    });
+}
+
+namespace qv::xml {
+
+bool saveFile(bool haveDocument, const char* path,
+              const std::function<std::string(XMLFormatTarget&)>& write) {
     constexpr const char* kFn = "CXMLManager::SaveXMLDocument";
-    if (!document || !path)
+    if (!haveDocument || !path)
         return QV_FAIL_VAL(false, 1, QV_ERR_NULL_ARGUMENT, __LINE__, "document or path is NULL");
     QV_NOTE(5, __LINE__, "trying to write xml file: %s", path);
     std::string error;
     try {
         LocalFileFormatTarget target(path);
-        error = qv::xml::serialize(GetInstance()->m_implementation, document, options, target);
+        error = write(target);
     } catch (...) {
-        error = qv::xml::currentFailure().message;
+        error = currentFailure().message;
     }
     if (!error.empty())
         return QV_FAIL_VAL(false, 1, QV_ERR_XML, __LINE__, "XML error %s - could not write xml file: %s",
@@ -84,3 +93,20 @@ bool CXMLManager::SaveXMLDocument(DOMDocument* document, const char* path, int o
     QV_NOTE(5, __LINE__, "successfully wrote: %s", path);
     return true;
 }
+
+// Asked of the serialiser itself, once, so that it reads exactly as the library words it.
+const std::string& invalidCharacterMessage() {
+    static const std::string message = [] {
+        DOMImplementation* implementation = DOMImplementationRegistry::getDOMImplementation(u"core");
+        DOMDocument* document = implementation->createDocument(nullptr, u"probe", nullptr);
+        const XMLCh bad[] = {1, 0};
+        document->getDocumentElement()->appendChild(document->createTextNode(bad));
+        MemBufFormatTarget target;
+        std::string error = serialize(implementation, document, 0, target);
+        document->release();
+        return error;
+    }();
+    return message;
+}
+
+}  // namespace qv::xml
