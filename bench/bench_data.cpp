@@ -1,7 +1,8 @@
 // Generic array against std::vector: appending ten million eInt values to an array created with
 // capacity 0, and reading them back one by one with GetValue; the baselines push_back into an
-// empty std::vector<int> and index it in the same run. Values come from a seeded generator,
-// prepared outside the timed region. Counters report nanoseconds per element.
+// empty std::vector<int>, index it, and read it with the checked at(), in the same run. Values
+// come from a seeded generator, prepared outside the timed region. Counters report nanoseconds
+// per element.
 #include <benchmark/benchmark.h>
 
 #include <random>
@@ -88,10 +89,23 @@ void BM_VectorIndex(benchmark::State& state) {
     perElement(state);
 }
 
+// Context for the read: the standard library's checked access, which like GetValue tests every
+// index and has a path that leaves the loop.
+void BM_VectorAt(benchmark::State& state) {
+    const std::vector<int> v = inputs();
+    for (auto _ : state) {
+        long long sum = 0;
+        for (int i = 0; i < kCount; ++i) sum += v.at(static_cast<std::size_t>(i));
+        benchmark::DoNotOptimize(sum);
+    }
+    perElement(state);
+}
+
 }  // namespace
 
 BENCHMARK(BM_VectorPushBack)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ArrayAppendValue)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ArrayAppendIntValue)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_VectorIndex)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_VectorAt)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ArrayGetValue)->Unit(benchmark::kMillisecond);
