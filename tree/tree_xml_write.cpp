@@ -96,15 +96,15 @@ private:
 template <class Sink>
 class Writer {
 public:
-    explicit Writer(Sink& sink) : m_sink(sink) {}
+    // `lastNode` receives the name of each node as its writing starts.
+    Writer(Sink& sink, std::string& lastNode) : m_sink(sink), m_lastNode(lastNode) {}
     void write(QVTreeNode* node);
-    const std::string& lastNode() const { return m_lastNode; }
 
 private:
     void writeValue(QVTreeNode* node);
 
     Sink& m_sink;
-    std::string m_lastNode;
+    std::string& m_lastNode;
 };
 
 template <class Sink>
@@ -224,9 +224,10 @@ int writeTree(int handle, QVTreeNode* node, const char* parentName, int options,
         return QV_FAIL(1, QV_ERR_IO, __LINE__, "xml error occured during root node initialization");
     }
 
-    auto& sink = makeSink(document, parent);
-    Writer<std::remove_reference_t<decltype(sink)>> writer(sink);
+    std::string lastNode;
     try {
+        auto& sink = makeSink(document, parent);
+        Writer<std::remove_reference_t<decltype(sink)>> writer(sink, lastNode);
         if (node) {
             writer.write(node);
         } else {
@@ -235,7 +236,7 @@ int writeTree(int handle, QVTreeNode* node, const char* parentName, int options,
             sink.close();
         }
     } catch (...) {
-        return writeFailure(writer.lastNode());
+        return writeFailure(lastNode);
     }
     QV_NOTE(5, __LINE__, "node parsing done");
     return 0;
@@ -268,8 +269,8 @@ QV_API int SaveTreeNode(QVTreeNode* node, const char* path, int options) {
                   text.open(qv::xml::narrow(root->getTagName()).c_str());
                   return text;
               });
-    text.finish();
     const bool saved = qv::xml::saveFile(true, path, [&text](XMLFormatTarget& target) {
+        text.finish();
         const std::string& bytes = text.bytes();
         target.writeChars(reinterpret_cast<const XMLByte*>(bytes.data()), bytes.size(), nullptr);
         target.flush();
