@@ -8,8 +8,8 @@
 //   line break before each child of the document element; before an end tag the same, but
 //   only when the element's content went over more than one line (so an element holding just
 //   a text stays on one line); a line break at the end. A text of white space alone that holds
-//   a line break stands in for the next line break, and what it holds after its last break
-//   shortens the next indent by one level for every two characters.
+//   a line break stands in for the next line break, and its characters from the last line
+//   break on shorten the next indent by one level for every two.
 #include "xml/xml_stream.h"
 
 #include <algorithm>
@@ -18,7 +18,6 @@
 #include <xercesc/dom/DOMException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLChar.hpp>
-
 
 using namespace xercesc;
 
@@ -71,8 +70,8 @@ void TextWriter::newline() {
     m_out += '\n';
 }
 
-// Two blanks a level, less one level for every two characters that the last text put after
-// its last line break.
+// Two blanks a level, less one level for every two characters that the last text held from its
+// last line break on (none when that is more than the level).
 void TextWriter::indent(std::size_t level) {
     if (!m_pretty) return;
     if (m_trailingSpace) {
@@ -95,15 +94,7 @@ void TextWriter::breakLine(bool documentLevel) {
 
 // Element names are written in UTF-8 like every other text.
 void TextWriter::name(const char* tag) {
-    for (const char* c = tag; *c; ++c) {
-        const auto byte = static_cast<unsigned char>(*c);
-        if (byte < 0x80) {
-            m_out += *c;
-        } else {
-            m_out += static_cast<char>(0xC0 | (byte >> 6));
-            m_out += static_cast<char>(0x80 | (byte & 0x3F));
-        }
-    }
+    for (const char* c = tag; *c; ++c) putByte(*c);
 }
 
 void TextWriter::escaped(const char* text, bool inAttribute) {
@@ -116,14 +107,21 @@ void TextWriter::escaped(const char* text, bool inAttribute) {
             if (!invalid()) m_cut = start;
             return;
         }
-        if (replace[byte]) {
+        if (replace[byte])
             m_out += replace[byte];
-        } else if (byte < 0x80) {
-            m_out += *c;
-        } else {
-            m_out += static_cast<char>(0xC0 | (byte >> 6));
-            m_out += static_cast<char>(0x80 | (byte & 0x3F));
-        }
+        else
+            putByte(*c);
+    }
+}
+
+// A byte of a text as UTF-8: the character of the same number, in two bytes from 0x80 on.
+void TextWriter::putByte(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80) {
+        m_out += c;
+    } else {
+        m_out += static_cast<char>(0xC0 | (byte >> 6));
+        m_out += static_cast<char>(0x80 | (byte & 0x3F));
     }
 }
 
@@ -162,8 +160,8 @@ void TextWriter::number(const XMLCh* attributeName, long long value) {
     attribute(attributeName, decimal(digits + 23, value));
 }
 
-// A text of white space only that holds a line break ends a line itself; what follows its
-// last break shortens the next indent.
+// A text of white space only that holds a line break ends a line itself; its characters from
+// the last line break (or, without one, the last carriage return) on shorten the next indent.
 void TextWriter::text(const char* text) {
     beginContent();
     escaped(text, false);

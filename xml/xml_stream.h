@@ -68,6 +68,7 @@ private:
     void breakLine(bool documentLevel);
     void indent(std::size_t level);
     void name(const char* tag);
+    void putByte(char c);
     void escaped(const char* text, bool inAttribute);
 
     bool m_pretty;
