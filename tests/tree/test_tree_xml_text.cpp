@@ -51,8 +51,8 @@ private:
     std::string baseName() {
         static const char* const plain[] = {"value", "Lage X ", "x/y", "L\xE4nge", "a.b-c_d", "\xE9t\xE9",
                                             "a:b", "ns:", "_u", " lead", "A&B*C", "sp ace  ", "k"};
-        static const char* const refused[] = {"1st", "x\xD7y", "tab\tx", "q\"t"};
-        if (m_refusedNames && chance(4)) return refused[pick(4)];
+        static const char* const refused[] = {"1st", "x\xD7y", "tab\tx", "q\"t", ""};
+        if (m_refusedNames && chance(4)) return refused[pick(5)];
         return plain[pick(13)];
     }
 
