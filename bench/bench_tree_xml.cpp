@@ -7,9 +7,9 @@
 // Each runs on two trees (the argument): 0, every leaf named differently ("value<i>"); 1, leaf
 // names repeated in every group ("value<j>", j < 1010). The XML library keeps every distinct
 // element name of a document in one string pool whose lookups slow down with the number of
-// names, so with 100,000 distinct names building a DOM (parsing, and so loading a tree) is
-// dominated by that pool; the second tree shows the cost of everything else. Saving builds no
-// DOM: it writes the serialiser's text directly.
+// names, so with 100,000 distinct names building a DOM (parsing) is dominated by that pool; the
+// second tree shows the cost of everything else. Saving and loading build no DOM: saving writes
+// the serialiser's text directly, loading reads a plain file with the streaming parser.
 #include <benchmark/benchmark.h>
 
 #include <unistd.h>

@@ -1,19 +1,24 @@
-// Fuzz target: arbitrary bytes written to a file and loaded as a tree file (LoadTreeNode). A
-// tree that loads has its references resolved and is saved back, flat and indented, both with
-// SaveTreeNode (which writes the text directly) and through a managed document
-// (WriteTreeNodeToXML and SaveXMLDocument): the two files must be the same bytes, or the
-// harness aborts. The tree is then released with every value it holds. No logger is registered, so failures stay silent in the
-// log; the XML parser's messages still go to standard error (run libFuzzer with
-// -close_fd_mask=2 to hide them). Inputs are capped so that single runs stay fast.
+// Fuzz target: arbitrary bytes written to a file and loaded as a tree file, both with
+// LoadTreeNode (which reads a plain file as an element tree) and through a DOM document; the
+// two trees and the two logs must be the same. A tree that loads has its references resolved
+// and is saved back, flat and indented, both with SaveTreeNode (which writes the text
+// directly) and through a managed document (WriteTreeNodeToXML and SaveXMLDocument); the two
+// files must be the same bytes. Any difference aborts the harness. The trees are then
+// released with every value they hold. The XML parser's messages go to standard error (run
+// libFuzzer with -close_fd_mask=2 to hide them). Inputs are capped so that single runs stay
+// fast.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include "QV_Tools.h"
 #include "input_file.h"
+#include "tests/support/tree_describe.h"
+#include "tree/tree_xml_internal.h"
 
 namespace {
 
@@ -33,6 +38,37 @@ void visit(QVTreeNode* node, QVTreeNode* root, bool freePoints) {
     if (node->properties) visit(node->properties, root, freePoints);
     for (int i = 0; i < node->childArraySize; ++i)
         if (node->children[i]) visit(node->children[i], root, freePoints);
+}
+
+// Every log line, without its clock header and with handle numbers masked.
+std::vector<std::string>& logged() {
+    static std::vector<std::string> lines;
+    return lines;
+}
+
+void capture(int level, const char* line, int code) {
+    std::string text = line ? line : "";
+    const std::size_t header = text.find("] ");
+    if (header != std::string::npos && text.size() >= header + 12) text.erase(0, header + 12);
+    const std::size_t handle = text.find("idx: ");
+    if (handle != std::string::npos) text.erase(handle + 5);
+    logged().push_back(std::to_string(level) + " " + std::to_string(code) + " " + text);
+}
+
+// Loads `path` as LoadTreeNode does (plain files as element trees) or always through a
+// document; returns the tree and its description with the log.
+QVTreeNode* load(const char* path, bool plainAllowed, std::string& description) {
+    logged().clear();
+    QVTreeNode* tree = qv::tree::loadTree(path, nullptr, plainAllowed);
+    description = qvtest::describeTree(tree);
+    for (const std::string& line : logged()) description += line + "\n";
+    return tree;
+}
+
+void release(QVTreeNode* tree) {
+    if (!tree) return;
+    visit(tree, tree, true);
+    ReleaseTreeNode(tree, 1);
 }
 
 std::string contents(const char* path) {
@@ -59,12 +95,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const InputFile input("qv_tree_fuzz_in_"), text("qv_tree_fuzz_text_"), document("qv_tree_fuzz_doc_");
     if (!input.write(data, size)) return 0;
 
-    QVTreeNode* tree = LoadTreeNode(input.path(), nullptr);
+    [[maybe_unused]] static const int logger = AddCallbackLogger(100, &capture);
+
+    std::string plainDescription, documentDescription;
+    QVTreeNode* tree = load(input.path(), true, plainDescription);
+    release(load(input.path(), false, documentDescription));
+    if (plainDescription != documentDescription) std::abort();
     if (!tree) return 0;
     visit(tree, tree, false);
     saveBothWays(tree, text, document, 0);
     saveBothWays(tree, text, document, QV_XML_PRETTY_PRINT);
-    visit(tree, tree, true);
-    ReleaseTreeNode(tree, 1);
+    release(tree);
     return 0;
 }

@@ -52,4 +52,8 @@ namespace qv::tree {
 // uses it for the nodes it makes and cannot use.
 void releaseOwnedTree(QVTreeNode* node);
 
+// LoadTreeNode; with `plainAllowed` false always through a DOM document (LoadXMLFile,
+// ReadTreeNodeFromXML), the path that LoadTreeNode takes for files that are not plain.
+QVTreeNode* loadTree(const char* path, const char* elementName, bool plainAllowed);
+
 }  // namespace qv::tree

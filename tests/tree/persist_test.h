@@ -7,7 +7,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <string>
+#include <vector>
 
 #include "support/qvtool_run.h"
 #include "tree/tree_test.h"
@@ -20,6 +22,17 @@ namespace persisttest {
 inline void releaseTree(QVTreeNode* node) { qv::tree::releaseOwnedTree(node); }
 
 using qvtest::readFile;
+
+// The log since the last clear as "<code> <function(line): message>", without the clock and
+// with handle numbers masked, so that two runs of the same work compare equal.
+inline std::vector<std::string> maskedLog() {
+    static const std::regex handle("idx: [0-9]+");
+    std::vector<std::string> out;
+    for (const auto& record : qvtest::records())
+        out.push_back(std::to_string(record.code) + " " +
+                      std::regex_replace(qvtest::stripHeader(record.line), handle, "idx: N"));
+    return out;
+}
 
 inline void writeFile(const std::filesystem::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
