@@ -40,10 +40,11 @@ void visit(QVTreeNode* node, QVTreeNode* root, bool freePoints) {
         if (node->children[i]) visit(node->children[i], root, freePoints);
 }
 
-// Every log line, without its clock header and with handle numbers masked.
+// Every log line, without its clock header and with handle numbers masked. Never freed: the
+// logger's exit banner arrives while the process unloads, after ordinary statics are gone.
 std::vector<std::string>& logged() {
-    static std::vector<std::string> lines;
-    return lines;
+    static auto* lines = new std::vector<std::string>();
+    return *lines;
 }
 
 void capture(int level, const char* line, int code) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 
+#include <xercesc/framework/XMLDocumentHandler.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 #include <xercesc/sax2/SAX2XMLReader.hpp>
@@ -19,6 +20,28 @@ namespace {
 
 // Thrown to end a parse that cannot give a plain tree; nothing is reported.
 struct NotPlain {};
+
+// Sees the XML declaration, which the streaming interface does not pass on: a DOM document
+// takes only the versions 1.0 and 1.1, while the parser lets others through.
+class DeclarationCheck : public XMLDocumentHandler {
+public:
+    void XMLDecl(const XMLCh* const version, const XMLCh* const, const XMLCh* const, const XMLCh* const) override {
+        if (!XMLString::equals(version, XMLUni::fgVersion1_0) && !XMLString::equals(version, XMLUni::fgVersion1_1))
+            throw NotPlain{};
+    }
+    void docCharacters(const XMLCh* const, const XMLSize_t, const bool) override {}
+    void docComment(const XMLCh* const) override {}
+    void docPI(const XMLCh* const, const XMLCh* const) override {}
+    void endDocument() override {}
+    void endElement(const XMLElementDecl&, const unsigned int, const bool, const XMLCh* const) override {}
+    void endEntityReference(const XMLEntityDecl&) override {}
+    void ignorableWhitespace(const XMLCh* const, const XMLSize_t, const bool) override {}
+    void resetDocument() override {}
+    void startDocument() override {}
+    void startElement(const XMLElementDecl&, const unsigned int, const XMLCh* const, const RefVectorOf<XMLAttr>&,
+                      const XMLSize_t, const bool, const bool) override {}
+    void startEntityReference(const XMLEntityDecl&) override {}
+};
 
 }  // namespace
 
@@ -71,6 +94,9 @@ public:
     // validation): such documents are left to the document path.
     void startDTD(const XMLCh* const, const XMLCh* const, const XMLCh* const) override { throw NotPlain{}; }
     void startEntity(const XMLCh* const) override { throw NotPlain{}; }
+    // A warning too: the document path refuses some documents that the parser only warns about
+    // (an XML version other than 1.0 or 1.1).
+    void warning(const SAXParseException&) override { throw NotPlain{}; }
     void error(const SAXParseException&) override { throw NotPlain{}; }
     void fatalError(const SAXParseException&) override { throw NotPlain{}; }
 
@@ -105,6 +131,8 @@ std::unique_ptr<ElementTree> ElementTree::parseFile(const char* path) {
         reader->setFeature(XMLUni::fgXercesLoadExternalDTD, false);
         reader->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
         ElementTreeBuilder builder(*tree);
+        DeclarationCheck declaration;
+        reader->installAdvDocHandler(&declaration);
         reader->setContentHandler(&builder);
         reader->setErrorHandler(&builder);
         reader->setLexicalHandler(&builder);

@@ -96,6 +96,9 @@ TEST_F(TreeXmlPlain, ReaderCornersLoadAsFromTheDocument) {
         // the root element alone, and a document whose first element below the root is empty
         decl + "<r/>",
         decl + "<r><EMPTY_NODE/></r>",
+        // no declaration, and the version 1.1
+        "<r><n id='2'><val type_id='-7'>x</val></n></r>",
+        "<?xml version=\"1.1\"?><r><n id='3'/></r>",
         // namespaces are not interpreted
         decl + "<r xmlns:q='urn:x'><q:n q:id='3'><val type_id='-7'>ns</val></q:n></r>",
     };
@@ -118,6 +121,8 @@ TEST_F(TreeXmlPlain, FilesThatAreNotPlainTakeTheDocumentPath) {
         "",
         std::string("\x00\x01\x02\xFF", 4),
         "<r><n id='1' id='2'/></r>",
+        // a version that the parser lets through but a DOM document does not take
+        "<?xml version=\"1.:\"?><r><n id='1'/></r>",
     };
     for (const std::string& text : files) {
         SCOPED_TRACE(text);
