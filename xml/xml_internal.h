@@ -29,9 +29,11 @@ XmlFailure currentFailure();
 
 // Parses the memory source `buffer`, or the file `path` when `buffer` is null, with `parser`,
 // and returns the adopted document (the caller owns it), or null when the text is not
-// well-formed or the XML library threw. Failures are written to standard error; the parser is
-// reset in every case.
-xercesc::DOMDocument* parseWith(xercesc::XercesDOMParser& parser,
+// well-formed or the XML library threw. Failures are written to standard error. Afterwards
+// `parser` is replaced by a fresh one set up the same way: a parser that has read an XML 1.1
+// document keeps reading every later document by the rules of 1.1, which reset() does not
+// undo, so that a file could load or not depending on the file read before it.
+xercesc::DOMDocument* parseWith(xercesc::XercesDOMParser*& parser,
                                 const xercesc::InputSource* buffer, const char* path);
 
 // Serialises `document` into `target`, indented when `options` holds QV_XML_PRETTY_PRINT.

@@ -53,30 +53,38 @@ void configureParser(XercesDOMParser& parser) {
     parser.setDisableDefaultEntityResolution(true);
 }
 
-DOMDocument* parseWith(XercesDOMParser& parser, const InputSource* buffer, const char* path) {
+DOMDocument* parseWith(XercesDOMParser*& parser, const InputSource* buffer, const char* path) {
     StopAtFatalError handler;
     // Limits entity expansion, so that a small document cannot expand into gigabytes.
     SecurityManager limits;
-    parser.setErrorHandler(&handler);
-    parser.setSecurityManager(&limits);
+    parser->setErrorHandler(&handler);
+    parser->setSecurityManager(&limits);
     DOMDocument* document = nullptr;
     try {
         if (buffer)
-            parser.parse(*buffer);
+            parser->parse(*buffer);
         else
-            parser.parse(path);
-        document = parser.adoptDocument();
+            parser->parse(path);
+        document = parser->adoptDocument();
     } catch (...) {
         reportFailure(currentFailure(), buffer ? nullptr : path);
         document = nullptr;
     }
     try {
-        parser.reset();
-        parser.resetDocumentPool();
+        auto* fresh = new XercesDOMParser;
+        configureParser(*fresh);
+        delete parser;
+        parser = fresh;
     } catch (...) {
+        // No fresh parser: the old one is reset and kept.
+        try {
+            parser->reset();
+            parser->resetDocumentPool();
+        } catch (...) {
+        }
+        parser->setErrorHandler(nullptr);
+        parser->setSecurityManager(nullptr);
     }
-    parser.setErrorHandler(nullptr);
-    parser.setSecurityManager(nullptr);
     return document;
 }
 
@@ -92,12 +100,12 @@ DOMDocument* CXMLManager::LoadXMLDocument(const char* path) {
     }
     // Parsed documents are adopted: the manager's table (or the caller) owns them, not the
     // parser, so that releasing one later cannot free it twice.
-    return qv::xml::parseWith(*GetInstance()->m_fileParser, nullptr, path);
+    return qv::xml::parseWith(GetInstance()->m_fileParser, nullptr, path);
 }
 
 DOMDocument* CXMLManager::XMLDocumentFromBytes(const char* bytes, unsigned int length) {
     constexpr const char* kFn = "CXMLManager::XMLDocumentFromBytes";
     if (!bytes) return QV_FAIL_NULL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "xmlBytes is NULL");
     MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes), length, "test");
-    return qv::xml::parseWith(*GetInstance()->m_bufferParser, &source, nullptr);
+    return qv::xml::parseWith(GetInstance()->m_bufferParser, &source, nullptr);
 }

@@ -154,6 +154,25 @@ TEST_F(XmlDocument, BadTextsFailWithoutADocument) {
     EXPECT_GT(keep(XMLDocumentFromString(text.c_str(), 4)), 0);
 }
 
+// Reading an XML 1.1 document, well-formed or not, leaves no trace on the next parse: a 1.0
+// document with a character that only 1.1 restricts (0x7F) still loads, from text and file.
+TEST_F(XmlDocument, AnXml11DocumentDoesNotChangeTheNextParse) {
+    const std::string plain = "<a x='\x7F'/>";
+    for (const std::string& before : {std::string("<?xml version=\"1.1\"?><a/>"),
+                                      std::string("<?xml version=\"1.1\"?><a><b></a>")}) {
+        SCOPED_TRACE(before);
+        ::testing::internal::CaptureStderr();
+        fromText(before);
+        EXPECT_GT(fromText(plain), 0);
+        const auto first = tempDir() / "before.xml", second = tempDir() / "plain.xml";
+        std::ofstream(first, std::ios::binary) << before;
+        std::ofstream(second, std::ios::binary) << plain;
+        keep(LoadXMLFile(first.string().c_str()));
+        EXPECT_GT(keep(LoadXMLFile(second.string().c_str())), 0);
+        ::testing::internal::GetCapturedStderr();
+    }
+}
+
 TEST_F(XmlDocument, ParserMessageOnStandardError) {
     ::testing::internal::CaptureStderr();
     EXPECT_EQ(fromText("<a><b></a>"), -8);
