@@ -13,7 +13,12 @@ foreach(line IN LISTS nm_lines)
     set(sym "${CMAKE_MATCH_1}")
     # Template code instantiated from the standard library keeps the default visibility that
     # libstdc++ gives namespace std, so its weak symbols show up too: they are not ours.
+    # A template whose return type is spelled as a decltype shows that first:
+    # "decltype (...) std::__miter_base<...>(...)"; its name follows the decltype.
     string(REGEX REPLACE "\\(.*$" "" head "${sym}")
+    if(sym MATCHES "^decltype " AND sym MATCHES "\\) std::")
+      set(head "std::")
+    endif()
     if(NOT sym MATCHES "^(_init|_fini|_edata|_end|__bss_start)$" AND NOT head MATCHES "std::")
       list(APPEND actual "${sym}")
     endif()
