@@ -4,8 +4,10 @@
 // and memory of a DOM document, for readers that need no more than that.
 //
 // Only plain documents are read: one with a document type (which can declare entities,
-// default attributes and validation) or anything the parser reports as an error gives no
-// tree, so that the caller can take the document path, which handles and reports everything.
+// default attributes and validation), one declaring an XML version other than 1.0 and 1.1
+// (which a DOM document refuses), or anything the parser warns about or reports as an error
+// gives no tree, so that the caller can take the document path, which handles and reports
+// everything.
 // Parsing writes nothing to the log or to standard error.
 #pragma once
 
