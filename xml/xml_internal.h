@@ -41,6 +41,11 @@ xercesc::DOMDocument* parseWith(xercesc::XercesDOMParser*& parser,
 std::string serialize(xercesc::DOMImplementation* implementation, xercesc::DOMDocument* document,
                       int options, xercesc::XMLFormatTarget& target);
 
+// True for a plain ASCII name that the XML library takes as a valid element and notation name
+// without asking it: a letter or "_" first, then letters, digits, ".", "-" and "_" (no ":").
+// Most names are of this kind; everything else is for the library to check.
+bool plainValidName(const char* text);
+
 // `text` made a usable XML name as CXMLManager::checkTranscode makes it (with its log entry),
 // as bytes. `text` must not be null.
 std::string cleanName(const char* text);

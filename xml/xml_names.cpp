@@ -57,11 +57,6 @@ DOMElement* findBelow(DOMNode* node, const XMLCh* name) {
 
 namespace qv::xml {
 
-namespace {
-
-// True for a plain ASCII name that the XML library takes as a valid notation name without
-// asking it: a letter or "_" first, then letters, digits, ".", "-" and "_" (no ":"). Most
-// names are of this kind; everything else is checked by the library.
 bool plainValidName(const char* text) {
     auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
     if (!letter(*text)) return false;
@@ -69,6 +64,8 @@ bool plainValidName(const char* text) {
         if (!letter(*c) && !(*c >= '0' && *c <= '9') && *c != '.' && *c != '-') return false;
     return true;
 }
+
+namespace {
 
 bool validNotation(const char* text) {
     if (plainValidName(text)) return true;

@@ -19,6 +19,8 @@
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLChar.hpp>
 
+#include "xml/xml_internal.h"
+
 using namespace xercesc;
 
 namespace qv::xml {
@@ -53,6 +55,7 @@ bool isXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'
 
 // Element names are checked as the XML library checks them when it creates an element.
 bool validElementName(const char* tag) {
+    if (plainValidName(tag)) return true;
     std::u16string name;
     for (const char* c = tag; *c; ++c) name += static_cast<char16_t>(static_cast<unsigned char>(*c));
     return XMLChar1_0::isValidName(name.c_str());
