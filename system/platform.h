@@ -43,8 +43,9 @@ bool makePath(const std::string& dir);
 
 // ---- Call stacks and modules -------------------------------------------------------------
 
-// The program counters of the calling thread, innermost first (the first one lies inside this
-// function's own machinery; callers cut the frames they do not want by name).
+// The return addresses of the calling thread's frames, innermost first (the first ones lie in
+// this function's own machinery; callers cut the frames they do not want by name). Only the
+// calling thread can be walked.
 std::vector<const void*> currentStackAddresses();
 
 // What the symbol engine knows about one program counter. Empty texts and a line of 0 mean
