@@ -6,6 +6,7 @@
 
 #include "logging/frame.h"
 #include "logging/logging_internal.h"
+#include "qvtools/memory.h"
 #include "qvtools/system.h"
 
 namespace {
@@ -118,7 +119,10 @@ QV_API void LogMsgStack(int level, const char* msg, int code, const char* date, 
         if (code != 0) text += qv::logging::errorName(code) + ": ";
         if (date) text.append(date).append(" ");
         if (time) text.append(time).append(" ");
-        // Call-stack capture is not available yet: the stack text is empty.
+        // The caller's stack, from this function's own frame on (one line per frame).
+        char stack[QV_CALLSTACK_SIZE] = "";
+        GetCurrentCallStack(stack, "LogMsgStack");
+        text += stack;
         text += "\n";
         text += msg;
     }

@@ -1,11 +1,15 @@
 // Platform layer: the only place that knows which operating system the library runs on.
 // Clock and local time (with a seam that tests use to set the clock), the path separator used
-// in file-name patterns, sleeping, the resident set size and directory creation.
+// in file-name patterns, sleeping, the resident set size, directory creation, and what the
+// call-stack walker needs from the system: the current thread's return addresses with their
+// symbols and source lines, the loaded modules, the user name and the OS version.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <string>
+#include <vector>
 
 namespace qv::platform {
 
@@ -36,5 +40,55 @@ std::size_t residentBytes();
 
 // Creates every missing directory of `dir`; true when they all exist afterwards.
 bool makePath(const std::string& dir);
+
+// ---- Call stacks and modules -------------------------------------------------------------
+
+// The return addresses of the calling thread's frames, innermost first (the first ones lie in
+// this function's own machinery; callers cut the frames they do not want by name). Only the
+// calling thread can be walked.
+std::vector<const void*> currentStackAddresses();
+
+// What the symbol engine knows about one program counter. Empty texts and a line of 0 mean
+// "not found"; the *Found flags tell the look-ups that failed apart from empty results.
+struct FrameSymbols {
+    bool symbolFound = false;       // some symbol (from debug info or the symbol table)
+    std::string rawName;            // the symbol as stored in the module (possibly mangled)
+    std::string function;           // the demangled function name with its parameters
+    std::uintptr_t offsetFromSymbol = 0;
+    bool lineFound = false;         // a source file and line
+    std::string file;
+    int line = 0;
+    bool moduleFound = false;       // the module that holds the address
+    std::string modulePath;         // its file, as the dynamic loader names it
+    const void* moduleBase = nullptr;
+};
+// Looks `pc` up; `isReturnAddress` asks for the call instruction just before it, so that the
+// line is the one of the call and not of the statement after it.
+FrameSymbols describeAddress(const void* pc, bool isReturnAddress);
+
+// One module (executable or shared object) mapped into the process.
+struct LoadedModule {
+    std::string path;               // empty for the main program when the loader gives no name
+    const void* base = nullptr;
+    std::size_t size = 0;           // bytes from the lowest to the end of the highest segment
+};
+std::vector<LoadedModule> loadedModules();
+
+// The file of the running program ("" when unknown).
+std::string executablePath();
+// The current working directory ("" when unknown).
+std::string currentDirectory();
+// The name of the effective user ("" when unknown).
+std::string userName();
+
+// The operating system's version: the release split into numbers, and two further texts and
+// numbers for the stack walker's report.
+struct OsVersion {
+    int major = 0, minor = 0, build = 0;
+    std::string detail;             // the kernel's own version text
+    unsigned suiteMask = 0;         // no such flags here: 0
+    unsigned productType = 0;       // no such type here: 0
+};
+OsVersion osVersion();
 
 }  // namespace qv::platform

@@ -94,11 +94,19 @@ TEST_F(LogCall, IdMessagesReachOnlyTheIdLogger) {
     EXPECT_TRUE(CLogManager::GetLogManager()->HasIdEntry(424242));
 }
 
-TEST_F(LogCall, LogMsgStackLayout) {
+TEST_F(LogCall, StackLineLayout) {
     LogMsgStack(1, "msg", -3, "2011-03-07", "14:05:33");
     const std::string line = lastLine();
-    EXPECT_EQ(line.rfind("[1] MemoryError: 2011-03-07 14:05:33 ", 0), 0u) << line;
-    EXPECT_EQ(line.substr(line.size() - 4), "\nmsg");
+    // The stack starts at the log call's own frame and lists its callers, one line each; the
+    // message follows on a line of its own. (The cut is at the last mention of "LogMsgStack",
+    // so no caller, this test included, may carry that text in its name.)
+    EXPECT_EQ(line.rfind("[1] MemoryError: 2011-03-07 14:05:33 LogMsgStack\n", 0), 0u) << line;
+    EXPECT_NE(line.find("LogCall_StackLineLayout_Test::TestBody"), std::string::npos) << line;
+    EXPECT_EQ(line.substr(line.size() - 5), "\n\nmsg") << line;
+    EXPECT_EQ(QV_GetLastError(), -3);
+    LogMsgStack(4, "note", 0, nullptr, nullptr);
+    EXPECT_EQ(lastLine().rfind("[4] LogMsgStack\n", 0), 0u) << lastLine();
+    EXPECT_EQ(QV_GetLastError(), -3);
     LogMsgStack(1, "bare", 2, nullptr, nullptr);
     EXPECT_EQ(lastLine(), "bare");
 }

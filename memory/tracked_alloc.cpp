@@ -1,0 +1,146 @@
+// Tracked allocation: QV_Malloc, QV_Calloc, QV_Realloc and QV_Free keep one record per block
+// (caller texts, line, size, call stack) in an ordered table by address; frees of addresses the
+// table does not know are kept in a second table; SyncMemInfos logs every block still recorded.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "logging/frame.h"
+#include "memory/memory_internal.h"
+
+namespace qv::memory {
+
+TrackedTables& tables() {
+    static TrackedTables t;
+    return t;
+}
+
+namespace {
+
+constexpr const char* kModuleMalloc = "QV_Tools";  // the name QV_Malloc writes
+constexpr const char* kModuleOthers = "qv_tools";  // the name every other call writes
+
+// Fills the record's call-stack field from the stack captured under `name`, cut to the field.
+void captureInto(MemInfo& info, const char* name) {
+    char stack[QV_CALLSTACK_SIZE] = "";
+    GetCurrentCallStack(stack, name);
+    std::snprintf(info.callStack, sizeof info.callStack, "%s", stack);
+}
+
+MemInfo makeRecord(int line, void* address, const char* text1, const char* text2,
+                   const char* module, std::size_t size, const char* stackName) {
+    MemInfo info;
+    std::memset(&info, 0, sizeof info);
+    info.line = line;
+    info.address = address;
+    info.text2 = text2;
+    info.text1 = text1;
+    info.module = module;
+    info.size = size;
+    captureInto(info, stackName);
+    return info;
+}
+
+// Records a new block (a null one too, under the null address), replacing any record there.
+void recordAllocation(void* block, std::int32_t size, MemInfo info) {
+    TrackedTables& t = tables();
+    ++t.allocationCount;
+    t.bytesOutstanding += size;
+    t.allocations[block] = info;
+}
+
+}  // namespace
+
+}  // namespace qv::memory
+
+using qv::memory::tables;
+using qv::memory::TrackedTables;
+
+extern "C" {
+
+QV_API void* QV_Malloc(int size, const char* text1, const char* text2, int line) {
+    // A negative size can never be satisfied: it gets malloc's null result without asking
+    // malloc for an impossible amount.
+    void* block = size >= 0 ? std::malloc(static_cast<std::size_t>(size)) : nullptr;
+    qv::memory::recordAllocation(
+        block, size,
+        qv::memory::makeRecord(line, block, text1, text2, qv::memory::kModuleMalloc,
+                               static_cast<std::size_t>(static_cast<std::int64_t>(size)), "QV_Malloc"));
+    return block;
+}
+
+QV_API void* QV_Calloc(int count, int size, const char* text1, const char* text2, int line) {
+    void* block = count >= 0 && size >= 0
+                      ? std::calloc(static_cast<std::size_t>(count), static_cast<std::size_t>(size))
+                      : nullptr;
+    // The recorded size is the product in 32-bit signed arithmetic (wrapping), then widened.
+    const auto total = static_cast<std::int32_t>(static_cast<std::uint32_t>(count) *
+                                                 static_cast<std::uint32_t>(size));
+    qv::memory::recordAllocation(
+        block, total,
+        qv::memory::makeRecord(line, block, text1, text2, qv::memory::kModuleOthers,
+                               static_cast<std::size_t>(static_cast<std::int64_t>(total)), "QV_Calloc"));
+    return block;
+}
+
+QV_API void* QV_Realloc(void* block, int size) {
+    // A negative size fails like an impossible request: null, the block left as it was.
+    void* moved = size >= 0 ? std::realloc(block, static_cast<std::size_t>(size)) : nullptr;
+    TrackedTables& t = tables();
+    const auto it = t.allocations.find(block);
+    if (it == t.allocations.end()) return moved;
+    // The record keeps its old size (and stack) in both cases; a later QV_Free subtracts that
+    // old size, so the outstanding bytes keep the growth.
+    t.bytesOutstanding += static_cast<std::int64_t>(size) - static_cast<std::int64_t>(it->second.size);
+    if (moved != block) {
+        MemInfo copy = it->second;
+        copy.address = moved;
+        copy.module = qv::memory::kModuleOthers;
+        t.allocations.erase(it);
+        t.allocations[moved] = copy;
+    }
+    return moved;
+}
+
+QV_API void QV_Free(void* block, const char* text1, const char* text2, int line) {
+    if (!block) return;
+    TrackedTables& t = tables();
+    ++t.freeCount;
+    const auto it = t.allocations.find(block);
+    if (it != t.allocations.end()) {
+        t.bytesOutstanding -= static_cast<std::int64_t>(it->second.size);
+        t.allocations.erase(it);
+    } else {
+        t.strayFrees[block] = qv::memory::makeRecord(line, block, text1, text2,
+                                                     qv::memory::kModuleOthers, 0, "QV_Free");
+    }
+    std::free(block);
+}
+
+QV_API int AddMallocMemInfo(MemInfo* info, const char* module) {
+    constexpr const char* kFn = "AddMallocMemInfo";
+    QV_CHECK_NULL(info, __LINE__, "record is NULL");
+    info->module = module;
+    tables().allocations[info->address] = *info;
+    return 0;
+}
+
+QV_API int AddFreeMemInfo(MemInfo* info, const char* module) {
+    constexpr const char* kFn = "AddFreeMemInfo";
+    QV_CHECK_NULL(info, __LINE__, "record is NULL");
+    info->module = module;
+    tables().strayFrees[info->address] = *info;
+    return 0;
+}
+
+QV_API int SyncMemInfos(void) {
+    constexpr const char* kFn = "SyncMemInfos";
+    TrackedTables& t = tables();
+    for (const auto& [address, info] : t.allocations) {
+        t.report[address] = info;
+        QV_NOTE(1, 173, "%s", info.callStack);
+    }
+    return 0;
+}
+
+}  // extern "C"
