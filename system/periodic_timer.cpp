@@ -5,6 +5,7 @@
 // interval plus the callback's run time: the timer drifts and never catches up. Stop() only
 // lowers a flag; the worker sees it after its current wait and callback.
 #include <cstdint>
+#include <ctime>
 #include <limits>
 
 // Boost marks its exception and error-category classes visible so that they can cross shared

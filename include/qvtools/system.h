@@ -149,8 +149,8 @@ public:
     /* The interval in milliseconds from the next period on; the current wait is not changed. */
     void SetIntervall(int interval);
 
-    /* First argument of every callback; null at construction. Must stay null while callback is
-     * null. */
+    /* First argument of every callback; null at construction. Without a callback it is
+     * ignored. */
     void* callbackContext;
     /* Called once per period on the worker thread; null at construction (then the timer only
      * counts ticks). */
@@ -159,7 +159,8 @@ public:
 private:
     friend struct qv::TimerAccess;
 
-    /* End of the current wait: seconds since 1970-01-01 UTC and nanoseconds. */
+    /* End of the current wait: seconds since 1970-01-01 UTC (unsigned 32-bit, enough until
+     * 2106) and nanoseconds. */
     struct Deadline {
         std::uint32_t seconds;
         std::int32_t nanoseconds;

@@ -69,7 +69,6 @@ struct Recorder {
     };
 
     const QV_Timer* timer = nullptr;
-    std::chrono::milliseconds work{0};
     std::function<void(unsigned)> hook;
     std::atomic<bool> flag{false};
 
@@ -79,7 +78,6 @@ struct Recorder {
         Call call{tick, SteadyClock::now(), timer ? deadlineMicros(*timer) : 0, 0, flag.load(),
                   boost::this_thread::get_id()};
         if (hook) hook(tick);
-        if (work.count()) std::this_thread::sleep_for(work);
         call.wallEnd = wallMicros();
         {
             std::lock_guard<std::mutex> lock(m_mutex);
@@ -118,22 +116,13 @@ private:
 
 // A gate the callback can wait at until the test opens it.
 struct Gate {
-    std::mutex mutex;
-    std::condition_variable cv;
-    bool open = false;
     std::atomic<bool> entered{false};
+    std::atomic<bool> open{false};
     void wait() {
         entered = true;
-        std::unique_lock<std::mutex> lock(mutex);
-        cv.wait(lock, [&] { return open; });
+        while (!open) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    void release() {
-        {
-            std::lock_guard<std::mutex> lock(mutex);
-            open = true;
-        }
-        cv.notify_all();
-    }
+    void release() { open = true; }
 };
 
 // Ends a test's timer however the test left it: opens its gate and joins its latest worker,
@@ -157,23 +146,6 @@ void withRetries(Scenario scenario) {
     GTEST_SKIP() << "the test thread never acted within one timer period";
 }
 
-TEST(PeriodicTimer, ConstructionAndInterval) {
-    QV_Timer byDefault;
-    EXPECT_FALSE(byDefault.IsRunning());
-    EXPECT_EQ(byDefault.callback, nullptr);
-    EXPECT_EQ(byDefault.callbackContext, nullptr);
-    EXPECT_EQ(TimerAccess::tick(byDefault), 0u);
-    EXPECT_EQ(TimerAccess::interval(byDefault), 1000);
-    EXPECT_EQ(TimerAccess::initialInterval(byDefault), 1000);
-    EXPECT_EQ(deadlineMicros(byDefault), 0);
-    EXPECT_FALSE(TimerAccess::worker(byDefault));
-
-    QV_Timer timer(250);
-    timer.SetIntervall(2000);
-    EXPECT_EQ(TimerAccess::interval(timer), 2000);
-    EXPECT_EQ(TimerAccess::initialInterval(timer), 250);
-}
-
 TEST(PeriodicTimer, CallsBackWithContextAndConsecutiveTicks) {
     Recorder rec;
     QV_Timer timer(10);
@@ -181,6 +153,9 @@ TEST(PeriodicTimer, CallsBackWithContextAndConsecutiveTicks) {
     rec.attach(timer);
     timer.Start();
     EXPECT_TRUE(timer.IsRunning());
+    const Worker worker = TimerAccess::worker(timer);
+    timer.Start();  // changes nothing while running
+    EXPECT_EQ(TimerAccess::worker(timer), worker);
     ASSERT_TRUE(rec.waitForCalls(5));
     ASSERT_TRUE(stopAndJoin(timer));
     EXPECT_FALSE(timer.IsRunning());
@@ -207,17 +182,6 @@ TEST(PeriodicTimer, CountsTicksWithoutCallback) {
     EXPECT_TRUE(eventually([&] { return TimerAccess::tick(timer) >= 3; }));
     ASSERT_TRUE(stopAndJoin(timer));
     EXPECT_EQ(context, 0);
-}
-
-TEST(PeriodicTimer, StartWhileRunningChangesNothing) {
-    QV_Timer timer(10);
-    Cleanup cleanup{timer};
-    timer.Start();
-    const Worker first = TimerAccess::worker(timer);
-    ASSERT_TRUE(first);
-    timer.Start();
-    EXPECT_EQ(TimerAccess::worker(timer), first);
-    EXPECT_TRUE(timer.IsRunning());
 }
 
 TEST(PeriodicTimer, StopDuringCallbackEndsAfterItAndRestartContinuesFromOne) {
@@ -326,6 +290,7 @@ TEST(PeriodicTimer, RestartBeforeOldWorkerWakesKeepsOneLoop) {
 }
 
 TEST(PeriodicTimer, SetIntervallChangesOnlyTheNextPeriod) {
+    EXPECT_EQ(TimerAccess::interval(QV_Timer()), 1000);
     Recorder rec;
     QV_Timer timer(300);
     Cleanup cleanup{timer};
@@ -335,6 +300,7 @@ TEST(PeriodicTimer, SetIntervallChangesOnlyTheNextPeriod) {
     const std::int64_t seen = wallMicros();
     const std::int64_t first = deadlineMicros(timer);
     timer.SetIntervall(2000);
+    EXPECT_EQ(TimerAccess::initialInterval(timer), 300);
     EXPECT_LE(first, seen + 300000);  // the current wait was computed with 300 ms
 
     ASSERT_TRUE(rec.waitForCalls(1));
@@ -348,7 +314,7 @@ TEST(PeriodicTimer, SetIntervallChangesOnlyTheNextPeriod) {
 
 TEST(PeriodicTimer, PeriodLastsIntervalPlusCallbackTime) {
     Recorder rec;
-    rec.work = std::chrono::milliseconds(50);
+    rec.hook = [](unsigned) { std::this_thread::sleep_for(std::chrono::milliseconds(50)); };
     QV_Timer timer(250);
     Cleanup cleanup{timer};
     rec.attach(timer);
@@ -378,10 +344,8 @@ TEST(PeriodicTimer, CopiesShareStateAndWorkerHandle) {
     {
         QV_Timer copy(timer);
         EXPECT_TRUE(copy.IsRunning());
-        EXPECT_EQ(copy.callback, timer.callback);
         EXPECT_EQ(copy.callbackContext, timer.callbackContext);
         EXPECT_EQ(TimerAccess::worker(copy), worker);
-        EXPECT_EQ(TimerAccess::interval(copy), 20);
         EXPECT_EQ(deadlineMicros(copy), deadlineMicros(timer));
 
         QV_Timer assigned(5);
