@@ -35,6 +35,18 @@ void clearTestClock();
 
 void sleepMs(unsigned ms);
 
+// ---- Shared libraries loaded at run time (device drivers) ----
+// The file name of library `stem`: "lib<stem>.so" here, "<stem>.dll" on Windows.
+std::string libraryFileName(const std::string& stem);
+// Loads library `stem` the way Windows finds a DLL given by its bare name, mapped to this
+// system: the running program's directory, then the dynamic linker's own search
+// (LD_LIBRARY_PATH, the cache, the system directories), then the current working directory.
+// Returns the module handle, or null when no candidate loads.
+void* loadLibrary(const std::string& stem);
+// The address of `name` in a loaded library, or null.
+void* librarySymbol(void* library, const char* name);
+void releaseLibrary(void* library);
+
 // Resident set size of this process in bytes (0 when unknown).
 std::size_t residentBytes();
 

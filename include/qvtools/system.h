@@ -106,4 +106,114 @@ QV_API std::vector<std::string> Tokenize(const std::string& text, const std::str
 QV_API double round(double x, unsigned digits);
 #endif
 
+/* ============================================================================================
+ * Periodic timer
+ *
+ * QV_Timer calls `callback(callbackContext, tick)` every `interval` milliseconds on a worker
+ * thread of its own. Assign the two public members before Start(). Each period is measured from
+ * the end of the previous callback, so the timer drifts by the callback's duration and never
+ * catches up missed periods. Stop() returns at once: a worker that is waiting finishes its wait,
+ * calls back once more and then ends. Keep the object alive until then; neither Stop() nor the
+ * destructor waits for the worker. The tick counts callbacks since the last Stop() (Stop() sets
+ * it to 0).
+ * ========================================================================================== */
+#ifdef __cplusplus
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+namespace boost { class thread; }
+namespace qv { struct TimerAccess; }
+
+/* The periodic action: the context pointer and the number of the callback (0, 1, 2, ...). */
+typedef void (*QV_TimerCallback)(void* context, unsigned tick);
+
+class QV_API QV_Timer {
+public:
+    /* Interval in milliseconds; the default is 1000. */
+    QV_Timer();
+    explicit QV_Timer(int interval);
+    /* Copies every member, the running flag and the tick included; the copy shares the worker
+     * thread's handle but no worker runs for it. */
+    QV_Timer(const QV_Timer& other);
+    QV_Timer& operator=(const QV_Timer& other);
+    /* Sets the tick to 0 and running to false and releases the thread handle without joining. */
+    virtual ~QV_Timer();
+
+    /* Starts a worker thread; does nothing while the timer runs. Throws the threading library's
+     * exception when no thread can be created. */
+    void Start();
+    /* Sets the tick to 0 and running to false and returns at once. */
+    void Stop();
+    bool IsRunning();
+    /* The interval in milliseconds from the next period on; the current wait is not changed. */
+    void SetIntervall(int interval);
+
+    /* First argument of every callback; null at construction. Without a callback it is
+     * ignored. */
+    void* callbackContext;
+    /* Called once per period on the worker thread; null at construction (then the timer only
+     * counts ticks). */
+    QV_TimerCallback callback;
+
+private:
+    friend struct qv::TimerAccess;
+
+    /* End of the current wait: seconds since 1970-01-01 UTC (unsigned 32-bit, enough until
+     * 2106) and nanoseconds. */
+    struct Deadline {
+        std::uint32_t seconds;
+        std::int32_t nanoseconds;
+    };
+
+    /* The worker thread's body: wait, call back, count, until running turns false. */
+    void Loop();
+
+    /* Shared between the caller's thread and the worker, hence atomic (unlocked). */
+    std::atomic<std::uint32_t> tick;
+    std::atomic<bool> running;
+    int initialInterval;
+    std::atomic<std::int32_t> interval;
+    std::atomic<Deadline> deadline; /* written by the worker, read whole */
+    std::shared_ptr<boost::thread> thread;
+    /* Number of the latest Start(): a worker started earlier ends after its current period even
+     * when the timer was started again before that worker woke, so one timer never has two
+     * loops. */
+    std::atomic<std::uint32_t> generation;
+};
+#endif /* __cplusplus */
+
+/* ============================================================================================
+ * Signal tower
+ *
+ * Switches the outputs of USB signal towers through the tower driver library, loaded at run
+ * time: "libslma.so" here ("slma.dll" on Windows), looked for first in the directory of the
+ * running program, then by the dynamic linker's usual search (LD_LIBRARY_PATH, the system
+ * library directories), then in the current working directory. Towers are numbered from 1,
+ * outputs ("ios") 1 to 5. Failures are logged at level 1; a missing driver library or driver
+ * function is code -11, everything else -5.
+ * ========================================================================================== */
+QV_EXTERN_C_BEGIN
+
+/* Loads the driver, asks it for the towers and initialises at least eight of them (every
+ * output on, remembered values cleared). Returns 0, or -11 when the library or one of
+ * "SetUsbDevice"/"InitIOStatus" is missing. */
+QV_API int QV_SignalTower_Init(void);
+/* Releases the driver library; returns 0. The tower count is kept; call QV_SignalTower_Init
+ * again before setting outputs. */
+QV_API int QV_SignalTower_Exit(void);
+/* The number of towers found by the last initialisation (0 before). */
+QV_API int QV_SignalTower_GetNumDevices(void);
+/* Sets output `io` (1 to 5) of tower `tower` to `value` and remembers the value. Returns 0, -5
+ * (bad tower or output, driver failure) or -11 (driver function missing). */
+QV_API int QV_SignalTower_SetIO(int tower, int io, int value);
+/* Hands a, b and c unchanged to the driver's "SetIOStatus" for `tower`. Returns 0, -5 (tower
+ * beyond the count, driver failure) or -11 (driver not loaded or function missing). */
+QV_API int QV_SignalTower_SetIOS(int tower, int a, int b, int c);
+/* Sets outputs 1 to 5 of every tower found to `value`; failures are logged and skipped.
+ * Returns 0. */
+QV_API int QV_SignalTower_SetAllIOs(int value);
+
+QV_EXTERN_C_END
+
 #endif
