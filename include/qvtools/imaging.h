@@ -174,4 +174,104 @@ QV_API int QV_ImageProcessing_MapRange(int value, int* result, int srcMin, int s
 
 QV_EXTERN_C_END
 
+/* ---- Filters and morphology ---------------------------------------------------------------- */
+
+/* The functions below filter OpenCV images. Every image argument is an OpenCV array as OpenCV's
+ * C interface passes it, a CvArr* (normally an IplImage*, for most functions also a CvMat*).
+ * OpenCV declares CvArr as void, so the arguments are declared void* here and this header needs
+ * no OpenCV header; a C or C++ caller passes its IplImage* as it is. Functions that read the
+ * region of interest (the gradients and the combined optimal filter) need IplImage headers.
+ *
+ * Every function returns 0 on success. A null image is logged at level 1 with code -2 and the
+ * message given below, and -2 is returned. Images whose sizes, depths or channel counts do not
+ * fit the OpenCV calls made, and parameters that OpenCV refuses, are logged at level 1 with
+ * -5 "OpenCV error in <OpenCV function>: <OpenCV's reason>" (-3 when memory ran out) and that
+ * code is returned; the destination may then be partly written.
+ * The fixed kernels are 3x3 integer kernels, applied by cvFilter2D at the kernel centre (as a
+ * correlation, with OpenCV's replicated border), rows listed top to bottom. Three functions
+ * smooth the caller's image in place before filtering (3x3 Gaussian): the Y direction of the
+ * optimal filter, the convolution and the combined optimal filter; the same image must not be
+ * in use elsewhere meanwhile. */
+
+QV_EXTERN_C_BEGIN
+
+/* Canny edges: cvCanny(source, destination, lowThreshold, highThreshold, aperture).
+ * Null image: "srcImg and/or destImg image is NULL". */
+QV_API int QV_ImageProcessing_CannyFilter(const void* source, void* destination, double lowThreshold,
+                                          double highThreshold, int aperture);
+
+/* cvSmooth(source, destination, smoothType, param1, param2, param3, param4), every parameter
+ * passed through (smoothType is OpenCV's CV_BLUR_NO_SCALE, CV_BLUR, CV_GAUSSIAN, CV_MEDIAN or
+ * CV_BILATERAL). Null image: "srcImg and/or destImg image is NULL". */
+QV_API int QV_ImageProcessing_SmoothingFilter(const void* source, void* destination, int smoothType, int param1,
+                                              int param2, double param3, double param4);
+
+/* Histogram equalisation of an 8-bit image: cvEqualizeHist(source, destination).
+ * Null image: "srcImg and/or destImg image is NULL". */
+QV_API int QV_ImageProcessing_EqualizeHistOpenCV(const void* source, void* destination);
+
+/* Laplacian 1 1 1 / 1 -8 1 / 1 1 1 of image into destination.
+ * Null image: "img and/or destImg image is NULL". */
+QV_API int QV_ImageProcessing_Laplace(const void* image, void* destination);
+
+/* destination = source + Laplacian(source) (the kernel of QV_ImageProcessing_Laplace), with
+ * OpenCV's saturating addition; the Laplacian goes to a temporary image of the source's size,
+ * depth and channel count. The Laplacian is added, not subtracted (kept as it is).
+ * Null image: "srcImg and/or destImg image is NULL". */
+QV_API int QV_ImageProcessing_SharpenImage(const void* source, void* destination);
+
+/* Gradient across the columns of an 8-bit one-channel IplImage, over its region of interest:
+ * 3x3 Gaussian smoothing, Sobel first derivative in x (aperture 3), absolute value saturated to
+ * 8 bits. destination (8-bit, the size of the source's region) receives that absolute value
+ * added to zero (its previous content is not used). Null image: "srcImg and/or destImg image is
+ * NULL"; a source that is not an IplImage: -5 "srcImg is not an IplImage". */
+QV_API int QV_ImageProcessing_GradientImage_XDirection(const void* source, void* destination);
+
+/* Sobel first derivative in y (aperture 3, no smoothing) of source into destination. The
+ * destination's region of interest is first set to the source's and stays set. Both must be
+ * IplImages (else -5 "srcImg and/or destImg is not an IplImage"); a 16-bit signed destination
+ * keeps the sign. Null image: "srcImg and/or destImg image is NULL". */
+QV_API int QV_ImageProcessing_GradientImage_YDirection(const void* source, void* destination);
+
+/* Filters image with -3 -10 -3 / 0 0 0 / 3 10 3 (the change from the row above to the row
+ * below; no smoothing, image untouched). Null image: "img and/or destImg image is NULL". */
+QV_API int QV_ImageProcessing_OptimalSobelFilter_XDirection(const void* image, void* destination);
+
+/* Smooths image in place (3x3 Gaussian), then filters it with -3 0 3 / -10 0 10 / -3 0 3 (the
+ * change from the left column to the right one). Unlike the X direction this one changes its
+ * input. Null image: "img and/or destImg image is NULL". */
+QV_API int QV_ImageProcessing_OptimalSobelFilter_YDirection(void* image, void* destination);
+
+/* The combined optimal filter over the region of interest of an IplImage: smooths image in place
+ * (3x3 Gaussian) and fills destination (8-bit, the size of the region) from two 8-bit work images
+ * that start cleared. Both kernel passes (the X, then the Y kernel above) read the second work
+ * image instead of the smoothed source, a sequence kept as it is: the destination's region
+ * therefore comes out 0 while the input is left smoothed. Null image: "img and/or destImg image
+ * is NULL"; an image that is not an IplImage: -5 "img is not an IplImage". */
+QV_API int QV_ImageProcessing_OptimalSobelFilter(void* image, void* destination);
+
+/* Filters image with 0 -1 0 / 0 1 0 / 0 0 0: each pixel minus the pixel above it.
+ * Null image: "img and/or destImg image is NULL". */
+QV_API int QV_ImageProcessing_SobelEdgeFilter(const void* image, void* destination);
+
+/* Smooths image in place (3x3 Gaussian), then filters it with -1 -1 -1 / -1 c -1 / -1 -1 -1,
+ * c = centreWeight (c = 8 gives 0 on constant areas). Null image: "img and/or destImg image is
+ * NULL". */
+QV_API int QV_ImageProcessing_Convolution(void* image, void* destination, int centreWeight);
+
+/* High pass: with blurRadius >= 1 and medianRadius >= 1, destination = median of aperture
+ * 2 x medianRadius + 1 of (source - box mean of aperture 2 x blurRadius + 1 of source), the
+ * difference saturated as OpenCV subtracts; otherwise destination is a plain copy of source.
+ * Null image: "src and/or dst image is NULL". */
+QV_API int QV_ImageProcessing_HighPassFilter(const void* source, void* destination, int blurRadius,
+                                             int medianRadius);
+
+/* Morphological closing (dilation, then erosion, each `iterations` times) of source into
+ * destination with a 3x3 cross anchored at its centre. `unused` is ignored. The structuring
+ * element is created on every call and not released (a small leak per call, kept as it is).
+ * Null images: "i_pSrcImg image is NULL", then "i_pDestImg image is NULL". */
+QV_API int QV_ImageProcessing_Closing(void* unused, const void* source, void* destination, int iterations);
+
+QV_EXTERN_C_END
+
 #endif
