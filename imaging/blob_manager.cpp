@@ -5,8 +5,6 @@
 #include "imaging/blob_internal.h"
 #include "logging/frame.h"
 
-QV_BlobDetectionManager QV_BlobDetectionManager::m_instance;
-
 QV_BlobDetectionManager::QV_BlobDetectionManager() : m_nextId(0) {}
 
 // Objects the callers did not release go with the library.
@@ -15,7 +13,15 @@ QV_BlobDetectionManager::~QV_BlobDetectionManager() {
     m_detections.clear();
 }
 
-QV_BlobDetectionManager* QV_BlobDetectionManager::getManager() { return &m_instance; }
+QV_BlobDetectionManager* QV_BlobDetectionManager::getManager() {
+    static QV_BlobDetectionManager instance;
+    return &instance;
+}
+
+// Built when the library is loaded, like the other singletons.
+namespace {
+[[maybe_unused]] const QV_BlobDetectionManager* const g_buildAtLoad = QV_BlobDetectionManager::getManager();
+}
 
 int QV_BlobDetectionManager::AddBlobDetection(QV_BlobDetection* detection) {
     const int id = m_nextId++;

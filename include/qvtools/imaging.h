@@ -324,7 +324,8 @@ private:
     struct CvSeq* m_firstContour;
 };
 
-/* The registry of detection objects (one per process, built when the library is loaded). */
+/* The registry of detection objects: one per process, built when the library is loaded and
+ * reached through getManager. */
 class QV_API QV_BlobDetectionManager {
 public:
     static QV_BlobDetectionManager* getManager();
@@ -342,7 +343,6 @@ private:
     QV_BlobDetectionManager(const QV_BlobDetectionManager&) = delete;
     QV_BlobDetectionManager& operator=(const QV_BlobDetectionManager&) = delete;
 
-    static QV_BlobDetectionManager m_instance;
     int m_nextId;
     std::map<int, QV_BlobDetection*> m_detections;
 };
