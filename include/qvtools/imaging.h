@@ -208,7 +208,8 @@ typedef struct QV_BLOB_INFO {
     float feature5;                 /* -1; not computed by the library */
     QVRect boundingRect;            /* upright bounding rectangle; zero until computed */
     QVBox2D minAreaRect;            /* minimum-area rotated rectangle; zero until computed */
-    QVArray* points;                /* the contour's points (eIntPoint2d), owned by the detection */
+    QVArray* points;                /* the contour's points (eIntPoint2d), owned by the detection;
+                                       null when the array could not be allocated */
     struct CvSeq* contour;          /* the contour in the detection's memory; its h_prev/h_next
                                        links form the detection's contour chain */
 } QV_BLOB_INFO;
@@ -222,7 +223,10 @@ typedef enum EFilterTypeBlobs {
     eBlobFilterNone = 7,         /* no feature: every blob fails, without a message */
     eBlobFilterAngle = 8,        /* minAreaRect angle */
     eBlobFilterAspect = 16,      /* boundingRect height / boundingRect width */
-    eBlobFilterInvalid = 0x7fffffff /* not a filter; makes every int a value of the type */
+    /* Not filters: they make every int a value of the type, so that any number can be passed
+     * (every number not listed above is an invalid filter type). */
+    eBlobFilterRangeLow = -0x7fffffff - 1,
+    eBlobFilterRangeHigh = 0x7fffffff
 } EFilterTypeBlobs;
 
 QV_EXTERN_C_BEGIN
@@ -240,8 +244,9 @@ QV_API int QV_BlobDetection_DetectBlobs(void* unused, struct _IplImage* source, 
                                         int calculate, int* count);
 
 /* Removes the blobs of detection `id` that fail the filter (EFilterTypeBlobs) and unlinks their
- * contours from its chain; with release nonzero their point arrays are freed. Returns the number
- * removed, or -5 "could not achieve specified blob detection object". */
+ * contours from its chain; with release nonzero their point arrays are freed. The chain keeps its
+ * first contour even when that blob is removed, so drawing still starts with (and draws) it.
+ * Returns the number removed, or -5 "could not achieve specified blob detection object". */
 QV_API int QV_BlobDetection_FilterDetectedBlobs(int id, int filterType, double min, double max, int release);
 
 /* Filters a pointer array of QV_BLOB_INFO records in place: records that pass stay in their order,
