@@ -274,4 +274,183 @@ QV_API int QV_ImageProcessing_Closing(void* unused, const void* source, void* de
 
 QV_EXTERN_C_END
 
+/* ==== Blob detection ========================================================================
+ *
+ * Finds the outer contours of the regions of a binary 8-bit OpenCV image (any nonzero pixel is
+ * foreground, regions are 8-connected; the outermost row and column of the image, or of its roi,
+ * are cleared before the search and never belong to a region), keeps one record per region (a
+ * blob) with its contour points and geometric features, filters blobs by a feature range and
+ * draws them. Detection objects are kept by a process-wide registry under integer ids; the C
+ * functions below work through those ids. The OpenCV types are only declared here: callers that
+ * pass images, colours or offsets include OpenCV's C headers themselves. */
+
+struct CvSeq;
+struct CvMemStorage;
+struct CvScalar;
+struct CvPoint;
+
+/* The minimum-area rotated rectangle of a blob, laid out as OpenCV's CvBox2D. */
+typedef struct QVBox2D {
+    QVPoint2f center;  /* center x, center y */
+    float width;
+    float height;
+    float angle;       /* degrees, as OpenCV gives it */
+} QVBox2D;
+
+/* One blob. Fields that are not computed hold the values noted; the C functions hand out copies. */
+typedef struct QV_BLOB_INFO {
+    unsigned int id;                /* key of the blob within its detection object */
+    unsigned long long reserved[3]; /* zero; not used by the library */
+    double area;                    /* absolute contour area; -1 until computed */
+    double perimeter;               /* closed contour length; 0 until computed */
+    double feature3;                /* -1; not computed by the library */
+    double feature4;                /* -1; not computed by the library */
+    float feature5;                 /* -1; not computed by the library */
+    QVRect boundingRect;            /* upright bounding rectangle; zero until computed */
+    QVBox2D minAreaRect;            /* minimum-area rotated rectangle; zero until computed */
+    QVArray* points;                /* the contour's points (eIntPoint2d), owned by the detection;
+                                       null when the array could not be allocated */
+    struct CvSeq* contour;          /* the contour in the detection's memory; its h_prev/h_next
+                                       links form the detection's contour chain */
+} QV_BLOB_INFO;
+
+/* The feature a blob filter tests. A blob is kept only when min < feature < max (both strict);
+ * a feature of exactly -1 (not computed) always fails. */
+typedef enum EFilterTypeBlobs {
+    eBlobFilterArea = 1,         /* area */
+    eBlobFilterPerimeter = 2,    /* perimeter */
+    eBlobFilterFeature3 = 3,     /* feature3 (never computed: every blob fails) */
+    eBlobFilterNone = 7,         /* no feature: every blob fails, without a message */
+    eBlobFilterAngle = 8,        /* minAreaRect angle */
+    eBlobFilterAspect = 16,      /* boundingRect height / boundingRect width */
+    /* Not filters: they make every int a value of the type, so that any number can be passed
+     * (every number not listed above is an invalid filter type). */
+    eBlobFilterRangeLow = -0x7fffffff - 1,
+    eBlobFilterRangeHigh = 0x7fffffff
+} EFilterTypeBlobs;
+
+QV_EXTERN_C_BEGIN
+
+/* Copies `source` (its roi, if it has one) into an 8-bit one-channel image, creating it when
+ * `temp` is null (and releasing it afterwards); a given `temp` (the source itself allowed) is
+ * overwritten by the search. Then registers a new detection object, detects its blobs (features
+ * computed when calculate is nonzero) and stores the search's result (the number of contours
+ * found, or a negative code) through `count` when not null. `unused` is ignored.
+ * Returns the new detection id (ids start at 0 and are never given out twice), or: level 0 -2
+ * "source image is NULL"; level 0 -5 "temp image has wrong type or wrong depth" (temp not
+ * one channel of IPL_DEPTH_8U); -5 "could not convert source image into temp image" (OpenCV
+ * refused the conversion, e.g. sizes or channels that differ). */
+QV_API int QV_BlobDetection_DetectBlobs(void* unused, struct _IplImage* source, struct _IplImage* temp,
+                                        int calculate, int* count);
+
+/* Removes the blobs of detection `id` that fail the filter (EFilterTypeBlobs) and unlinks their
+ * contours from its chain; with release nonzero their point arrays are freed. The chain keeps its
+ * first contour even when that blob is removed, so drawing still starts with (and draws) it.
+ * Returns the number removed, or -5 "could not achieve specified blob detection object". */
+QV_API int QV_BlobDetection_FilterDetectedBlobs(int id, int filterType, double min, double max, int release);
+
+/* Filters a pointer array of QV_BLOB_INFO records in place: records that pass stay in their order,
+ * null elements stay; a failing record is dropped and its contour unlinked from its chain, and with
+ * release nonzero the record is freed (free()) with its point array, unless a registered
+ * detection still owns that array (it is then freed with the detection). Returns the number
+ * removed, or -2 "input or output array is NULL", or -5 "array does not hold blob pointers"
+ * (an array of inline values). */
+QV_API int QV_BlobDetection_FilterBlobs(QVArray* blobs, int filterType, double min, double max, int release);
+
+/* Draws the contour chain of detection `id` into `image` (contour lines in `color` of `thickness`,
+ * filled for a negative thickness, shifted by `offset`). Returns 0, -5 "could not achieve specified
+ * blob detection object", or the failures of QV_BlobDetection::drawBlobs. */
+QV_API int QV_BlobDetection_DrawDetectedBlobs(int id, struct _IplImage* image, struct CvScalar color,
+                                              int thickness, struct CvPoint offset);
+
+/* Appends to `output` (a pointer array) a malloc'ed copy of every blob record of detection `id` in
+ * id order; the caller frees the copies (e.g. ReleaseArray(output, 1)), the point arrays and
+ * contours stay the detection's. Returns 0, -2 "output array is NULL", -5 "could not achieve
+ * specified blob detection object", -5 "array does not hold blob pointers", or -3 "not enough
+ * memory to copy blob record" (the copies made so far stay appended). */
+QV_API int QV_BlobDetection_GetBlobs(int id, QVArray* output);
+
+/* Releases detection `id` with its contours and point arrays. Returns 0 or -5 "blob detection with
+ * specified id not found - cannot be released". */
+QV_API int QV_BlobDetection_ReleaseBlobDetection(int id);
+
+/* Draws for each non-null record of the pointer array `blobs` the ellipse inscribed in its
+ * minAreaRect: center rounded to the nearest pixel, half axes width / 2 and height / 2 (rounded),
+ * the rectangle's angle, a whole turn, in `color` with `thickness` (filled when negative),
+ * 8-connected. Returns 0, -2 "blob array or destination image is NULL", -5 "array does not hold
+ * blob pointers", or -5 "could not draw blob ellipses: <OpenCV's reason>". */
+QV_API int QV_BlobDetection_DrawBlobsEllipses(const QVArray* blobs, struct _IplImage* image,
+                                              struct CvScalar color, int thickness);
+
+QV_EXTERN_C_END
+
+#ifdef __cplusplus
+#include <map>
+
+namespace qv { namespace imaging { struct BlobRegistryAccess; } }
+
+/* A detection object: the memory its contours live in, its blobs by id and its contour chain.
+ * Copying is not allowed (the object owns its storage and point arrays). */
+class QV_API QV_BlobDetection {
+public:
+    QV_BlobDetection();
+    /* Releases the storage and every point array (clearBlobs(true, true)). */
+    ~QV_BlobDetection();
+    QV_BlobDetection(const QV_BlobDetection&) = delete;
+    QV_BlobDetection& operator=(const QV_BlobDetection&) = delete;
+
+    /* Finds the outer contours of `image` (8-bit, one channel; the image is overwritten) and
+     * stores one blob per nonempty contour, ids counting on from the number of blobs held, in the
+     * order of OpenCV's contour chain. Returns the number of contours found, or -2 "input image is
+     * NULL", -5 "blobs of an earlier detection are still held, call clearBlobs first", -5
+     * "contour search failed: <OpenCV's reason>". */
+    int detectBlobs(struct _IplImage* image, bool calculate);
+    unsigned int getNumBlobs() const;
+    /* Empties the map (freeing the point arrays when releasePoints) and forgets the chain; with
+     * releaseStorage the contour memory is released too. */
+    void clearBlobs(bool releaseStorage, bool releasePoints);
+    /* Draws the chain from its first contour. Returns 0, -2 "destination image is NULL", -5 "no
+     * blobs available to draw, call detectBlobs first", -5 "could not draw blobs: <reason>". */
+    int drawBlobs(struct _IplImage* image, CvScalar color, int thickness, CvPoint offset);
+    /* calcBlobFeatures on every blob in id order; returns the number of blobs. */
+    int calcAllBlobFeatures();
+    /* Removes (and unlinks) the blobs that filterBlob rejects; returns the number removed. */
+    int filterAllBlobs(EFilterTypeBlobs type, double min, double max, bool releasePoints);
+    /* Area, perimeter, minAreaRect and boundingRect of the blob's contour. Returns 0 or -2
+     * "cannot calculate blob features, cv contour sequence pointer of blob is NULL". */
+    static int calcBlobFeatures(QV_BLOB_INFO& info);
+    /* True when the blob passes; -5 "invalid filter type" (and false) for a type not listed. */
+    static bool filterBlob(QV_BLOB_INFO& info, EFilterTypeBlobs type, double min, double max);
+    std::map<unsigned int, QV_BLOB_INFO> getBlobs() const;
+
+private:
+    struct CvMemStorage* m_storage;
+    std::map<unsigned int, QV_BLOB_INFO> m_blobs;
+    struct CvSeq* m_firstContour;
+};
+
+/* The registry of detection objects: one per process, built when the library is loaded and
+ * reached through getManager. */
+class QV_API QV_BlobDetectionManager {
+public:
+    static QV_BlobDetectionManager* getManager();
+    /* Takes ownership; returns the new id. */
+    int AddBlobDetection(QV_BlobDetection* detection);
+    /* The object under `id`, or null. */
+    QV_BlobDetection* getBlobDetection(int id);
+    /* Clears and deletes the object under `id`. Returns 0, or -5 "blob detection with specified id
+     * not found - cannot be released", or -1 "exception during release of blob detection object". */
+    int releaseBlobDetection(int id);
+private:
+    friend struct qv::imaging::BlobRegistryAccess;
+    QV_BlobDetectionManager();
+    ~QV_BlobDetectionManager();
+    QV_BlobDetectionManager(const QV_BlobDetectionManager&) = delete;
+    QV_BlobDetectionManager& operator=(const QV_BlobDetectionManager&) = delete;
+
+    int m_nextId;
+    std::map<int, QV_BlobDetection*> m_detections;
+};
+#endif /* __cplusplus */
+
 #endif
