@@ -1,7 +1,6 @@
 // Tracked allocation: QV_Malloc, QV_Calloc, QV_Realloc and QV_Free keep one record per block
 // (caller texts, line, size, call stack) in an ordered table by address; frees of addresses the
 // table does not know are kept in a second table; SyncMemInfos logs every block still recorded.
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -24,7 +23,9 @@ constexpr const char* kModuleOthers = "qv_tools";  // the name every other call 
 void captureInto(MemInfo& info, const char* name) {
     char stack[QV_CALLSTACK_SIZE] = "";
     GetCurrentCallStack(stack, name);
-    std::snprintf(info.callStack, sizeof info.callStack, "%s", stack);
+    const std::size_t n = strnlen(stack, sizeof info.callStack - 1);
+    std::memcpy(info.callStack, stack, n);
+    info.callStack[n] = '\0';
 }
 
 MemInfo makeRecord(int line, void* address, const char* text1, const char* text2,

@@ -19,9 +19,10 @@ inline std::filesystem::path qvtoolPath() {
     return std::filesystem::path(QV_TEST_BINARY_DIR) / ".." / "tools" / "qvtool" / "qvtool";
 }
 
-// The project's samples/ folder.
+// The project's samples/ folder (by the source path CMake gives, which stays absolute also when a
+// compiler cache rewrites __FILE__ to a relative path).
 inline std::filesystem::path samplesDir() {
-    return std::filesystem::path(__FILE__).parent_path() / ".." / ".." / "samples";
+    return std::filesystem::path(QV_SOURCE_DIR) / "samples";
 }
 
 inline std::string readFile(const std::filesystem::path& path) {
