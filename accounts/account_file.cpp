@@ -120,8 +120,10 @@ int QV_AccountManager::loadAccountSettings(std::string filePath, bool encrypted)
     in.close();
     if (encrypted) QV_EnDecryptText(buffer.data(), static_cast<unsigned>(size));
 
+    // A buffer that does not parse leaves no document under the returned code, so the tree
+    // reader reports the missing document before the load is refused.
     const int handle = XMLDocumentFromString(buffer.data(), static_cast<unsigned>(size));
-    QVTreeNode* tree = handle > 0 ? ReadTreeNodeFromXML(handle, kRootName) : nullptr;
+    QVTreeNode* tree = ReadTreeNodeFromXML(handle, kRootName);
     if (handle > 0) ReleaseXMLDocument(handle);
     if (!tree)
         return QV_FAIL(1, QV_ERR_ACCOUNT_FILE, 94, "could not load account settings from %s",

@@ -138,7 +138,16 @@ TEST_F(AccountTest, LoadRefusesFilesThatCannotBeOpenedOrParsed) {
                                           path.string());
     };
     writeFile(dir / "broken.xml", "<?xml version=\"1.0\"?><QV_Accounts><children>");
+    qvtest::clear();
     fails94(dir / "broken.xml");
+    // The parser's refusal leaves no document, which the tree reader reports before the load
+    // is refused.
+    ASSERT_GE(count(), 3u);
+    EXPECT_EQ(logs()[count() - 3].code, -8);
+    EXPECT_NE(logs()[count() - 3].line.find("XMLDocumentFromString("), std::string::npos);
+    EXPECT_EQ(logs()[count() - 2].code, -2);
+    EXPECT_NE(logs()[count() - 2].line.find("ReadTreeNodeFromXML("), std::string::npos);
+    EXPECT_NE(logs()[count() - 2].line.find("): could not find document"), std::string::npos);
     writeFile(dir / "text.xml", "QV_ADMIN,0,4Hund8Katzen\n");
     fails94(dir / "text.xml");
     writeFile(dir / "other.xml", "<?xml version=\"1.0\"?><XML_Root_Node><Accounts/></XML_Root_Node>");
