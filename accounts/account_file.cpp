@@ -131,7 +131,8 @@ int QV_AccountManager::loadAccountSettings(std::string filePath, bool encrypted)
 
     for (int slot = 0; slot < tree->childArraySize; ++slot) {
         QVTreeNode* child = tree->children[slot];
-        if (!child || !child->properties) continue;
+        if (!child) continue;
+        // A child without a property list is reported by the property lookups and skipped.
         int keyType = eNoData;
         int levelType = eNoData;
         const QVTreeNode* key = FindPropertyByName(child, kKeyName, 1, &keyType);

@@ -110,7 +110,12 @@ TEST_F(AccountTest, LoadTakesOnlyChildrenWithKeyAndLevel) {
                   "type_id=\"-7\">c</val></key><level id=\"2\" idx=\"1\"><val type_id=\"-8\">1</val>"
                   "</level></children></Properties></CharLevel>"
                   "</children></QV_Accounts></Other>");
+    qvtest::clear();
     EXPECT_EQ(manager()->loadAccountSettings(path.string(), false), 0);
+    // Both properties are looked up on the child without a property list, and both lookups
+    // report it.
+    EXPECT_EQ(linesContaining("FindPropertyByName(").size(), 2u);
+    EXPECT_EQ(linesContaining("): node or node->Properties is NULL").size(), 2u);
     EXPECT_EQ(QV_GetLevelForAccount("Good", "g"), 7);
     // An empty key in the file is refused by addNewAccount like any empty key.
     EXPECT_EQ(linesContaining("addNewAccount(268): an empty key is not allowed").size(), 1u);
