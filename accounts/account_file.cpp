@@ -39,9 +39,12 @@ std::string documentText(int handle) {
     } catch (...) {
         error = qv::xml::currentFailure().message;
     }
-    if (!error.empty())
+    if (!error.empty()) {
+        // Reported as the XML manager's document-to-bytes step reports a serialiser failure.
+        constexpr const char* kFn = "CXMLManager::XMLDocumentToBytes";
         return QV_FAIL_VAL(std::string(), 1, QV_ERR_XML, __LINE__,
                            "XML error %s - could not write xml document to string", error.c_str());
+    }
     return text;
 }
 

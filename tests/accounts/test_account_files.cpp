@@ -178,6 +178,23 @@ TEST_F(AccountTest, SaveReturnsTheTreeWritersCodeAndWritesWhatItGot) {
                                                   "<children count=\"3\"/>" + kTail);
 }
 
+TEST_F(AccountTest, SaveWritesAnEmptyFileWhenTheTextCannotBeMade) {
+    // A control character in a key goes into the document but cannot be serialised: the tree
+    // was written (result 0), the text is empty and so is the file.
+    ASSERT_EQ(QV_AddNewAccount("Bob", 1, "a\x01" "b"), 2);
+    const auto path = tempDir() / "accounts.xml";
+    writeFile(path, "old contents");
+    qvtest::clear();
+    EXPECT_EQ(QV_SaveAccounts(path.c_str()), 0);
+    EXPECT_EQ(readFile(path), "");
+    const auto failed = linesContaining("could not write xml document to string");
+    ASSERT_EQ(failed.size(), 1u);
+    EXPECT_EQ(withoutTime(failed[0]).rfind("CXMLManager::XMLDocumentToBytes(", 0), 0u) << failed[0];
+    ASSERT_GE(count(), 2u);
+    EXPECT_EQ(logs()[count() - 2].code, -8);
+    EXPECT_LAST_FAILURE(1, -9, "QV_EnDecryptText(39): cryptlib support not activated");
+}
+
 TEST_F(AccountTest, SaveToAPathThatCannotBeOpenedFailsAtLevelTwo) {
     ASSERT_EQ(QV_AddNewAccount("Bob", 1, "pw"), 2);
     for (const auto& path : {tempDir() / "no" / "such" / "dir.xml", tempDir()}) {
