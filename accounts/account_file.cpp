@@ -144,7 +144,9 @@ int QV_AccountManager::loadAccountSettings(std::string filePath, bool encrypted)
         // The key is read as text and the level as 32 bits: values of other types in a foreign
         // file would be read past their storage, so such accounts are skipped like incomplete ones.
         if (keyType != eString || (levelType != eInt && levelType != eHexInt)) continue;
-        addNewAccount(child->name, *static_cast<const unsigned int*>(level->data),
+        // The account name is the base name: an installed translation may have replaced the
+        // displayed name of a child (found by its id), and must not rename the account.
+        addNewAccount(child->baseName, *static_cast<const unsigned int*>(level->data),
                       static_cast<const char*>(key->data));
     }
     qv::tree::releaseOwnedTree(tree);

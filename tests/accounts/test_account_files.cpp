@@ -1,5 +1,6 @@
 // The account file and the level-name file: the exact saved text, round trips, what loading
 // adds and refuses, and every file that cannot be opened, read or parsed.
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -123,6 +124,23 @@ TEST_F(AccountTest, LoadTakesOnlyChildrenWithKeyAndLevel) {
     EXPECT_EQ(accounts.size(), 2u);
     for (const char* skipped : {"NoProps", "EmptyKey", "CharLevel"})
         EXPECT_EQ(accounts.count(skipped), 0u) << skipped;
+}
+
+// The account name is the child's base name: a translation installed for the child's id
+// changes only its displayed name, which must not rename the account. The translation node
+// cannot be removed again, so this runs in a child process.
+TEST_F(AccountTest, LoadKeepsAccountNamesWhenATranslationIsInstalled) {
+    const auto path = tempDir() / "accounts.xml";
+    const auto saveAndLoad = [&path] {
+        QVTreeNode* translation = CreateTreeNodeN(eNoData, nullptr, "English", -18, eShift, 512, 0);
+        SetProperty(translation, 1, "Operator One", "shown for id 1", eString, eAllocNewPtr);
+        if (AddLocalizationNode(translation) != 0) std::exit(2);
+        if (QV_AddNewAccount("Bob", 3, "pw") != 2 || QV_SaveAccounts(path.c_str()) != 0) std::exit(3);
+        manager()->clearAccounts(true);
+        if (QV_LoadAccounts(path.c_str()) != 0) std::exit(4);
+        std::exit(QV_GetLevelForAccount("Bob", "pw") == 3 && manager()->adminGetAccountList().size() == 2 ? 0 : 1);
+    };
+    EXPECT_EXIT(saveAndLoad(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(AccountTest, LoadRefusesFilesThatCannotBeOpenedOrParsed) {
