@@ -39,9 +39,12 @@ std::string documentText(int handle) {
     } catch (...) {
         error = qv::xml::currentFailure().message;
     }
-    if (!error.empty())
+    if (!error.empty()) {
+        // Reported as the XML manager's document-to-bytes step reports a serialiser failure.
+        constexpr const char* kFn = "CXMLManager::XMLDocumentToBytes";
         return QV_FAIL_VAL(std::string(), 1, QV_ERR_XML, __LINE__,
                            "XML error %s - could not write xml document to string", error.c_str());
+    }
     return text;
 }
 
@@ -120,8 +123,10 @@ int QV_AccountManager::loadAccountSettings(std::string filePath, bool encrypted)
     in.close();
     if (encrypted) QV_EnDecryptText(buffer.data(), static_cast<unsigned>(size));
 
+    // A buffer that does not parse leaves no document under the returned code, so the tree
+    // reader reports the missing document before the load is refused.
     const int handle = XMLDocumentFromString(buffer.data(), static_cast<unsigned>(size));
-    QVTreeNode* tree = handle > 0 ? ReadTreeNodeFromXML(handle, kRootName) : nullptr;
+    QVTreeNode* tree = ReadTreeNodeFromXML(handle, kRootName);
     if (handle > 0) ReleaseXMLDocument(handle);
     if (!tree)
         return QV_FAIL(1, QV_ERR_ACCOUNT_FILE, 94, "could not load account settings from %s",
@@ -129,7 +134,8 @@ int QV_AccountManager::loadAccountSettings(std::string filePath, bool encrypted)
 
     for (int slot = 0; slot < tree->childArraySize; ++slot) {
         QVTreeNode* child = tree->children[slot];
-        if (!child || !child->properties) continue;
+        if (!child) continue;
+        // A child without a property list is reported by the property lookups and skipped.
         int keyType = eNoData;
         int levelType = eNoData;
         const QVTreeNode* key = FindPropertyByName(child, kKeyName, 1, &keyType);
@@ -138,7 +144,9 @@ int QV_AccountManager::loadAccountSettings(std::string filePath, bool encrypted)
         // The key is read as text and the level as 32 bits: values of other types in a foreign
         // file would be read past their storage, so such accounts are skipped like incomplete ones.
         if (keyType != eString || (levelType != eInt && levelType != eHexInt)) continue;
-        addNewAccount(child->name, *static_cast<const unsigned int*>(level->data),
+        // The account name is the base name: an installed translation may have replaced the
+        // displayed name of a child (found by its id), and must not rename the account.
+        addNewAccount(child->baseName, *static_cast<const unsigned int*>(level->data),
                       static_cast<const char*>(key->data));
     }
     qv::tree::releaseOwnedTree(tree);

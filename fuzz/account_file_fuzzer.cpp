@@ -22,9 +22,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     QVArray* list = CreateArray(eUserData, 0, 0);
     QV_GetAllAccounts(list);
     ReleaseArray(list, 1);
+    // QV_GetAccountLevelName copies without a length limit: only names that fit the buffer.
     char name[QV_STRING_SIZE];
     for (const auto& entry : manager->adminGetAccountList())
-        if (entry.second && entry.second->key.size() < 64)
+        if (entry.second && manager->getAccountLevelName(entry.second->level).size() < sizeof(name))
             QV_GetAccountLevelName(entry.second->level, name);
 
     QV_SaveAccounts(saved.path());

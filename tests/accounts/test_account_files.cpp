@@ -1,5 +1,6 @@
 // The account file and the level-name file: the exact saved text, round trips, what loading
 // adds and refuses, and every file that cannot be opened, read or parsed.
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -110,7 +111,12 @@ TEST_F(AccountTest, LoadTakesOnlyChildrenWithKeyAndLevel) {
                   "type_id=\"-7\">c</val></key><level id=\"2\" idx=\"1\"><val type_id=\"-8\">1</val>"
                   "</level></children></Properties></CharLevel>"
                   "</children></QV_Accounts></Other>");
+    qvtest::clear();
     EXPECT_EQ(manager()->loadAccountSettings(path.string(), false), 0);
+    // Both properties are looked up on the child without a property list, and both lookups
+    // report it.
+    EXPECT_EQ(linesContaining("FindPropertyByName(").size(), 2u);
+    EXPECT_EQ(linesContaining("): node or node->Properties is NULL").size(), 2u);
     EXPECT_EQ(QV_GetLevelForAccount("Good", "g"), 7);
     // An empty key in the file is refused by addNewAccount like any empty key.
     EXPECT_EQ(linesContaining("addNewAccount(268): an empty key is not allowed").size(), 1u);
@@ -118,6 +124,23 @@ TEST_F(AccountTest, LoadTakesOnlyChildrenWithKeyAndLevel) {
     EXPECT_EQ(accounts.size(), 2u);
     for (const char* skipped : {"NoProps", "EmptyKey", "CharLevel"})
         EXPECT_EQ(accounts.count(skipped), 0u) << skipped;
+}
+
+// The account name is the child's base name: a translation installed for the child's id
+// changes only its displayed name, which must not rename the account. The translation node
+// cannot be removed again, so this runs in a child process.
+TEST_F(AccountTest, LoadKeepsAccountNamesWhenATranslationIsInstalled) {
+    const auto path = tempDir() / "accounts.xml";
+    const auto saveAndLoad = [&path] {
+        QVTreeNode* translation = CreateTreeNodeN(eNoData, nullptr, "English", -18, eShift, 512, 0);
+        SetProperty(translation, 1, "Operator One", "shown for id 1", eString, eAllocNewPtr);
+        if (AddLocalizationNode(translation) != 0) std::exit(2);
+        if (QV_AddNewAccount("Bob", 3, "pw") != 2 || QV_SaveAccounts(path.c_str()) != 0) std::exit(3);
+        manager()->clearAccounts(true);
+        if (QV_LoadAccounts(path.c_str()) != 0) std::exit(4);
+        std::exit(QV_GetLevelForAccount("Bob", "pw") == 3 && manager()->adminGetAccountList().size() == 2 ? 0 : 1);
+    };
+    EXPECT_EXIT(saveAndLoad(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(AccountTest, LoadRefusesFilesThatCannotBeOpenedOrParsed) {
@@ -138,7 +161,16 @@ TEST_F(AccountTest, LoadRefusesFilesThatCannotBeOpenedOrParsed) {
                                           path.string());
     };
     writeFile(dir / "broken.xml", "<?xml version=\"1.0\"?><QV_Accounts><children>");
+    qvtest::clear();
     fails94(dir / "broken.xml");
+    // The parser's refusal leaves no document, which the tree reader reports before the load
+    // is refused.
+    ASSERT_GE(count(), 3u);
+    EXPECT_EQ(logs()[count() - 3].code, -8);
+    EXPECT_NE(logs()[count() - 3].line.find("XMLDocumentFromString("), std::string::npos);
+    EXPECT_EQ(logs()[count() - 2].code, -2);
+    EXPECT_NE(logs()[count() - 2].line.find("ReadTreeNodeFromXML("), std::string::npos);
+    EXPECT_NE(logs()[count() - 2].line.find("): could not find document"), std::string::npos);
     writeFile(dir / "text.xml", "QV_ADMIN,0,4Hund8Katzen\n");
     fails94(dir / "text.xml");
     writeFile(dir / "other.xml", "<?xml version=\"1.0\"?><XML_Root_Node><Accounts/></XML_Root_Node>");
@@ -162,6 +194,23 @@ TEST_F(AccountTest, SaveReturnsTheTreeWritersCodeAndWritesWhatItGot) {
     EXPECT_EQ(QV_GetLastError(), -9);
     EXPECT_EQ(readFile(path), std::string(kHead) + "<QV_Accounts id=\"0\" idx=\"0\" order=\"3\">"
                                                   "<children count=\"3\"/>" + kTail);
+}
+
+TEST_F(AccountTest, SaveWritesAnEmptyFileWhenTheTextCannotBeMade) {
+    // A control character in a key goes into the document but cannot be serialised: the tree
+    // was written (result 0), the text is empty and so is the file.
+    ASSERT_EQ(QV_AddNewAccount("Bob", 1, "a\x01" "b"), 2);
+    const auto path = tempDir() / "accounts.xml";
+    writeFile(path, "old contents");
+    qvtest::clear();
+    EXPECT_EQ(QV_SaveAccounts(path.c_str()), 0);
+    EXPECT_EQ(readFile(path), "");
+    const auto failed = linesContaining("could not write xml document to string");
+    ASSERT_EQ(failed.size(), 1u);
+    EXPECT_EQ(withoutTime(failed[0]).rfind("CXMLManager::XMLDocumentToBytes(", 0), 0u) << failed[0];
+    ASSERT_GE(count(), 2u);
+    EXPECT_EQ(logs()[count() - 2].code, -8);
+    EXPECT_LAST_FAILURE(1, -9, "QV_EnDecryptText(39): cryptlib support not activated");
 }
 
 TEST_F(AccountTest, SaveToAPathThatCannotBeOpenedFailsAtLevelTwo) {
