@@ -300,6 +300,10 @@ TEST_F(Blobs, FilterDetectedBlobsRangesAndQuirks) {
     id = detect(bars, true);
     EXPECT_EQ(QV_BlobDetection_FilterDetectedBlobs(id, eBlobFilterAspect, 1, 3.5, 1), 1);
     EXPECT_EQ(rectOf(blobsOf(id)[0]), std::make_tuple(2, 1, 2, 6));
+    // The ratio is a quotient of doubles: 2 / 6 is a third, not 0.
+    id = detect(bars, true);
+    EXPECT_EQ(QV_BlobDetection_FilterDetectedBlobs(id, eBlobFilterAspect, 0.3, 0.4, 1), 1);
+    EXPECT_EQ(rectOf(blobsOf(id)[0]), std::make_tuple(6, 7, 6, 2));
     id = detect(bars, true);
     const float angle = blobsOf(id)[1].minAreaRect.angle;
     EXPECT_EQ(blobsOf(id)[0].minAreaRect.angle, angle);  // both upright
