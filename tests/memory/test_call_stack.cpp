@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "QV_Tools.h"
@@ -91,6 +92,14 @@ TEST_F(CallStack, UnknownOrEmptyNameGivesTheWholeText) {
     }
 }
 
+TEST_F(CallStack, FailedLookUpsNameTheirStep) {
+    const std::string text = capture(nullptr);
+    // The program's entry code carries no line information: its line look-up fails.
+    EXPECT_NE(text.find("ERROR: SymGetLineFromAddr64, GetLastError: 0 (Address: 0x"), std::string::npos)
+        << text;
+    EXPECT_EQ(text.find("look-up"), std::string::npos) << text;
+}
+
 TEST_F(CallStack, TooLongTextLeavesTheOutputUntouched) {
     char out[QV_CALLSTACK_SIZE];
     std::strcpy(out, "untouched");
@@ -119,6 +128,41 @@ public:
 protected:
     void OnOutput(const char* text) override { lines.emplace_back(text); }
 };
+
+// A walker that also keeps the kind and function of every frame it reports.
+class FrameRecordingWalker : public RecordingWalker {
+public:
+    using RecordingWalker::RecordingWalker;
+    std::vector<std::pair<CallstackEntryType, std::string>> frames;
+
+protected:
+    void OnCallstackEntry(CallstackEntryType type, CallstackEntry& entry) override {
+        frames.emplace_back(type, entry.undFullName[0] ? entry.undFullName : entry.name);
+        StackWalker::OnCallstackEntry(type, entry);
+    }
+};
+
+TEST(StackWalkerLines, OutermostFrameIsReportedLastAndWritesNoLine) {
+    FrameRecordingWalker w(StackWalker::RetrieveSymbol | StackWalker::RetrieveModuleInfo);
+    ASSERT_TRUE(w.ShowCallstack());
+    ASSERT_GE(w.frames.size(), 3u);
+    EXPECT_EQ(w.frames.front().first, CallstackEntryType::firstEntry);
+    int lastReports = 0;
+    for (const auto& f : w.frames) lastReports += f.first == CallstackEntryType::lastEntry;
+    EXPECT_EQ(lastReports, 1);
+    // The closing report is the outermost frame itself: it is looked up but writes nothing,
+    // while its caller-side neighbour is written.
+    ASSERT_EQ(w.frames.back().first, CallstackEntryType::lastEntry);
+    const std::string outermost = w.frames.back().second;
+    const std::string inner = w.frames[w.frames.size() - 2].second;
+    ASSERT_FALSE(outermost.empty());
+    bool innerWritten = false;
+    for (const std::string& line : w.lines) {
+        EXPECT_EQ(line.find(": " + outermost + "\n"), std::string::npos) << line;
+        if (line.find(": " + inner + "\n") != std::string::npos) innerWritten = true;
+    }
+    EXPECT_TRUE(innerWritten) << inner;
+}
 
 TEST(StackWalkerLines, FrameLinesInBothForms) {
     RecordingWalker w;
@@ -169,12 +213,12 @@ TEST(StackWalkerLines, LinesAreCutTo1023Characters) {
 TEST(StackWalkerLines, ErrorAndModuleReports) {
     RecordingWalker w;
     const void* at = reinterpret_cast<const void*>(0xabc);
-    w.OnDbgHelpErr("line look-up", 0, at);
+    w.OnDbgHelpErr("SymGetLineFromAddr64", 0, at);
     w.OnLoadModule("/lib/libx.so", "libx.so", at, 4096, 0, "-deferred-", "/lib/libx.so", 0);
     w.OnLoadModule("/lib/libx.so", "libx.so", at, 4096, 0, "PDB", "x.pdb",
                    (1ULL << 48) | (2ULL << 32) | (3ULL << 16) | 4ULL);
     const std::vector<std::string> expected = {
-        "ERROR: line look-up, GetLastError: 0 (Address: 0xabc)\n",
+        "ERROR: SymGetLineFromAddr64, GetLastError: 0 (Address: 0xabc)\n",
         "/lib/libx.so:libx.so (0xabc), size: 4096 (result: 0), SymType: '-deferred-', PDB: '/lib/libx.so'\n",
         "/lib/libx.so:libx.so (0xabc), size: 4096 (result: 0), SymType: 'PDB', PDB: 'x.pdb', fileVersion: 1.2.3.4\n"};
     EXPECT_EQ(w.lines, expected);
@@ -185,13 +229,19 @@ TEST(StackWalkerLines, ErrorAndModuleReports) {
 
 TEST(StackWalkerLines, EngineStartReportsPathUserAndModulesOnce) {
     ::setenv("_NT_SYMBOL_PATH", "/srv/symbols", 1);
+    ::setenv("SYSTEMROOT", "/sysroot", 1);
+    ::setenv("SYSTEMDRIVE", "/drv", 1);
     RecordingWalker w(StackWalker::OptionsAll, "/extra/syms");
     ASSERT_TRUE(w.ShowCallstack());
     ::unsetenv("_NT_SYMBOL_PATH");
+    ::unsetenv("SYSTEMROOT");
+    ::unsetenv("SYSTEMDRIVE");
     ASSERT_GE(w.lines.size(), 3u);
     const std::string& init = w.lines[0];
     EXPECT_EQ(init.rfind("SymInit: Symbol-SearchPath: '/extra/syms;.;", 0), 0u) << init;
-    EXPECT_NE(init.find(";/srv/symbols;', symOptions: 528, UserName: '"), std::string::npos) << init;
+    EXPECT_NE(init.find(";/srv/symbols;/sysroot;/sysroot/system32;"
+                        "SRV*/drv/websymbols*https://debuginfod.debian.net;', symOptions: 528, UserName: '"),
+              std::string::npos) << init;
     EXPECT_EQ(w.lines[1].rfind("OS-Version: ", 0), 0u) << w.lines[1];
     // One report per loaded module, the test program among them, before the first frame.
     bool programSeen = false, frameSeen = false;
@@ -207,6 +257,12 @@ TEST(StackWalkerLines, EngineStartReportsPathUserAndModulesOnce) {
     w.lines.clear();
     ASSERT_TRUE(w.ShowCallstack());
     for (const std::string& line : w.lines) EXPECT_EQ(line.find("SymInit:"), std::string::npos);
+
+    // Without SYSTEMDRIVE the local store sits at the root.
+    RecordingWalker noDrive(StackWalker::SymBuildPath);
+    noDrive.ShowCallstack();
+    const std::string& path = noDrive.symbolSearchPath();
+    EXPECT_EQ(path.substr(path.find("SRV*")), "SRV*/websymbols*https://debuginfod.debian.net;");
 
     // Without the path option the search path is the extra path alone.
     RecordingWalker bare(StackWalker::RetrieveSymbol, "/extra/syms");
