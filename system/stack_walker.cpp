@@ -1,6 +1,6 @@
 // The stack walker: starting the symbol engine (search path, user, OS version, modules), walking
 // the calling thread's frames, looking each one up, and writing the report lines.
-#include "memory/stack_walker.h"
+#include "system/stack_walker.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -9,7 +9,7 @@
 
 #include "system/platform.h"
 
-namespace qv::memory {
+namespace qv::stack {
 
 namespace {
 
@@ -220,4 +220,4 @@ void StackWalker::OnDbgHelpErr(const char* function, int lastError, const void* 
 
 void StackWalker::OnOutput(const char* text) { std::fputs(text, stderr); }
 
-}  // namespace qv::memory
+}  // namespace qv::stack
