@@ -6,8 +6,8 @@
 
 #include "logging/frame.h"
 #include "logging/logging_internal.h"
-#include "qvtools/memory.h"
 #include "qvtools/system.h"
+#include "system/call_stack.h"
 
 namespace {
 
@@ -120,8 +120,8 @@ QV_API void LogMsgStack(int level, const char* msg, int code, const char* date, 
         if (date) text.append(date).append(" ");
         if (time) text.append(time).append(" ");
         // The caller's stack, from this function's own frame on (one line per frame).
-        char stack[QV_CALLSTACK_SIZE] = "";
-        GetCurrentCallStack(stack, "LogMsgStack");
+        char stack[qv::stack::kCallStackTextSize] = "";
+        qv::stack::copyCallStack(stack, "LogMsgStack");
         text += stack;
         text += "\n";
         text += msg;

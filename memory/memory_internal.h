@@ -1,19 +1,13 @@
-// Private seams of the memory folder: the call-stack capture used by the exports, and read
-// access to the tracked-memory tables and counters (kept for inspection in a debugger and by the
-// tests; no export exposes them).
+// Private seam of the memory folder: read access to the tracked-memory tables and counters (kept
+// for inspection in a debugger and by the tests; no export exposes them).
 #pragma once
 
 #include <cstdint>
 #include <map>
-#include <string>
 
 #include "qvtools/memory.h"
 
 namespace qv::memory {
-
-// The calling thread's stack as text, cut to start at the last mention of `name` (when given,
-// not empty and found after the start); the whole text otherwise.
-std::string captureCallStack(const char* name);
 
 // Tables and counters of the tracked allocations.
 struct TrackedTables {

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string>
 
-namespace qv::memory {
+namespace qv::stack {
 
 inline constexpr int kWalkerTextSize = 1024;  // every field and every output line, terminator included
 
@@ -87,4 +87,4 @@ private:
     unsigned m_symOptions = 0;
 };
 
-}  // namespace qv::memory
+}  // namespace qv::stack

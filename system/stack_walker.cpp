@@ -1,6 +1,6 @@
 // The stack walker: starting the symbol engine (search path, user, OS version, modules), walking
 // the calling thread's frames, looking each one up, and writing the report lines.
-#include "memory/stack_walker.h"
+#include "system/stack_walker.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -9,7 +9,7 @@
 
 #include "system/platform.h"
 
-namespace qv::memory {
+namespace qv::stack {
 
 namespace {
 
@@ -66,7 +66,11 @@ std::string StackWalker::buildSymbolSearchPath() const {
         path += systemRoot + ";";
         path += systemRoot + platform::kPathSeparator + "system32;";
     }
-    // No symbol-server entry: symbols come from the debug information of the loaded objects.
+    // The public symbol server of the system's maker, with a local store for what it hands out
+    // on the system drive (the fixed default when SYSTEMDRIVE is unset).
+    const std::string drive = environmentValue("SYSTEMDRIVE");
+    path += std::string("SRV*") + (drive.empty() ? platform::kDefaultSystemDrive : drive) +
+            platform::kPathSeparator + "websymbols*" + platform::kPublicSymbolServer + ";";
     if (path.size() > 4095) path.resize(4095);  // the path buffer holds 4096 characters
     return path;
 }
@@ -86,6 +90,8 @@ bool StackWalker::initialize() {
     return true;
 }
 
+// A failed look-up is reported under the name of the debug-help step it stands for
+// (symbol, line, module), so that the reports read the same on every platform.
 void StackWalker::fillEntry(const void* pc, bool isReturnAddress, CallstackEntry& entry) {
     const platform::FrameSymbols sym = platform::describeAddress(pc, isReturnAddress);
     if (m_options & RetrieveSymbol) {
@@ -99,7 +105,7 @@ void StackWalker::fillEntry(const void* pc, bool isReturnAddress, CallstackEntry
             copyField(entry.undFullName, sym.function);
             entry.offsetFromSymbol = sym.offsetFromSymbol;
         } else {
-            OnDbgHelpErr("symbol look-up", 0, pc);
+            OnDbgHelpErr("SymGetSymFromAddr64", 0, pc);
         }
     }
     if (m_options & RetrieveLine) {
@@ -107,7 +113,7 @@ void StackWalker::fillEntry(const void* pc, bool isReturnAddress, CallstackEntry
             entry.lineNumber = sym.line;
             copyField(entry.lineFileName, sym.file);
         } else {
-            OnDbgHelpErr("line look-up", 0, pc);
+            OnDbgHelpErr("SymGetLineFromAddr64", 0, pc);
         }
     }
     if (m_options & RetrieveModuleInfo) {
@@ -118,20 +124,22 @@ void StackWalker::fillEntry(const void* pc, bool isReturnAddress, CallstackEntry
             entry.symType = sym.symbolFound ? kDeferredSymbols : 0;
             entry.symTypeString = symTypeName(entry.symType);
         } else {
-            OnDbgHelpErr("module look-up", 0, pc);
+            OnDbgHelpErr("SymGetModuleInfo64", 0, pc);
         }
     }
 }
 
 bool StackWalker::ShowCallstack() {
     if (!m_initialized && !initialize()) {
-        OnDbgHelpErr("Error while initializing the symbol engine", 0, nullptr);
+        OnDbgHelpErr("Error while initializing dbghelp.dll", 0, nullptr);
         return false;
     }
     const std::vector<const void*> frames = platform::currentStackAddresses();
     CallstackEntry entry;
+    bool lastReported = false;
     for (std::size_t i = 0; i < frames.size(); ++i) {
         const void* pc = frames[i];
+        // The outermost frame returns nowhere (0).
         const void* returnAddress = i + 1 < frames.size() ? frames[i + 1] : nullptr;
         // A frame that returns to itself would repeat forever.
         if (pc == returnAddress) {
@@ -142,9 +150,18 @@ bool StackWalker::ShowCallstack() {
         entry.offset = pc;
         // Every collected address is where a call returns to.
         if (pc) fillEntry(pc, true, entry);
-        OnCallstackEntry(i == 0 ? CallstackEntryType::firstEntry : CallstackEntryType::nextEntry, entry);
+        // The frame that returns nowhere is reported as the last one (which writes no line) and
+        // ends the walk.
+        CallstackEntryType type = i == 0 ? CallstackEntryType::firstEntry : CallstackEntryType::nextEntry;
+        if (!returnAddress) {
+            type = CallstackEntryType::lastEntry;
+            lastReported = true;
+        }
+        OnCallstackEntry(type, entry);
+        if (!returnAddress) break;
     }
-    OnCallstackEntry(CallstackEntryType::lastEntry, entry);
+    // A walk that stopped early still closes with a last report.
+    if (!lastReported) OnCallstackEntry(CallstackEntryType::lastEntry, entry);
     return true;
 }
 
@@ -203,4 +220,4 @@ void StackWalker::OnDbgHelpErr(const char* function, int lastError, const void* 
 
 void StackWalker::OnOutput(const char* text) { std::fputs(text, stderr); }
 
-}  // namespace qv::memory
+}  // namespace qv::stack
