@@ -152,6 +152,29 @@ TEST_F(Filter, OpenCvRefusalsAreLoggedNotThrown) {
     EXPECT_EQ(QV_ImageProcessing_SharpenImage(small.get(), large.get()), -5);
     EXPECT_EQ(QV_ImageProcessing_SmoothingFilter(small.get(), small.get(), CV_GAUSSIAN, 4, 4, 0, 0), -5);
 
+    // Mismatches are OpenCV's to judge: an error handler the caller gave OpenCV still sees the
+    // refusal (the library only keeps the exception from crossing its interface).
+    struct Seen {
+        int count = 0;
+        std::string function, reason;
+    } seen;
+    void* previousData = nullptr;
+    CvErrorCallback previous = cvRedirectError(
+        [](int, const char* function, const char* reason, const char*, int, void* data) {
+            auto* s = static_cast<Seen*>(data);
+            ++s->count;
+            s->function = function;
+            s->reason = reason;
+            return 0;
+        },
+        &seen, &previousData);
+    const int mismatch = QV_ImageProcessing_SobelEdgeFilter(small.get(), large.get());
+    cvRedirectError(previous, previousData, nullptr);
+    EXPECT_EQ(mismatch, -5);
+    EXPECT_EQ(seen.count, 1);
+    EXPECT_EQ(seen.function, "cvFilter2D");
+    EXPECT_FAILED(1, -5, "QV_ImageProcessing_SobelEdgeFilter", "OpenCV error in cvFilter2D: " + seen.reason);
+
     // The region-of-interest readers take IplImages only.
     CvMat* matrix = cvCreateMat(6, 6, CV_8UC1);
     EXPECT_EQ(QV_ImageProcessing_OptimalSobelFilter(matrix, large.get()), -5);
