@@ -14,6 +14,7 @@
 #include <chrono>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <thread>
@@ -48,6 +49,16 @@ void setTestClock(std::time_t t) {
 void clearTestClock() { g_testClock = false; }
 
 void sleepMs(unsigned ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
+
+std::string publicSymbolServer() {
+    // DEBUGINFOD_URLS lists servers separated by blanks; the first one is the public server.
+    const char* urls = std::getenv("DEBUGINFOD_URLS");
+    if (!urls) return "";
+    const std::string all(urls);
+    const std::size_t start = all.find_first_not_of(' ');
+    if (start == std::string::npos) return "";
+    return all.substr(start, all.find(' ', start) - start);
+}
 
 std::string libraryFileName(const std::string& stem) { return "lib" + stem + ".so"; }
 

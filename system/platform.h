@@ -21,14 +21,14 @@ inline constexpr char kPathSeparator = '/';
 #endif
 
 // The stack walker's symbol-server entry: the drive of its local store when SYSTEMDRIVE is
-// unset, and the public symbol server of the operating system's maker.
+// unset, and the public symbol server of the operating system's maker (on Linux the first server
+// the debug-information client is configured with, DEBUGINFOD_URLS; none when it is unset).
 #ifdef _WIN32
 inline constexpr const char* kDefaultSystemDrive = "C:";
-inline constexpr const char* kPublicSymbolServer = "https://msdl.microsoft.com/download/symbols";
 #else
 inline constexpr const char* kDefaultSystemDrive = "";  // the root directory
-inline constexpr const char* kPublicSymbolServer = "https://debuginfod.debian.net";
 #endif
+std::string publicSymbolServer();
 
 // Seconds since 1970 (64-bit); the test clock when one is set.
 std::time_t now();

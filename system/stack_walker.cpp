@@ -70,7 +70,7 @@ std::string StackWalker::buildSymbolSearchPath() const {
     // on the system drive (the fixed default when SYSTEMDRIVE is unset).
     const std::string drive = environmentValue("SYSTEMDRIVE");
     path += std::string("SRV*") + (drive.empty() ? platform::kDefaultSystemDrive : drive) +
-            platform::kPathSeparator + "websymbols*" + platform::kPublicSymbolServer + ";";
+            platform::kPathSeparator + "websymbols*" + platform::publicSymbolServer() + ";";
     if (path.size() > 4095) path.resize(4095);  // the path buffer holds 4096 characters
     return path;
 }
