@@ -196,8 +196,9 @@ private:
 QV_EXTERN_C_BEGIN
 
 /* Loads the driver, asks it for the towers and initialises at least eight of them (every
- * output on, remembered values cleared). Returns 0, or -11 when the library or one of
- * "SetUsbDevice"/"InitIOStatus" is missing. */
+ * output of each given the value 1, remembered values cleared to 0). Returns 0, -11 when the
+ * library or one of "SetUsbDevice"/"InitIOStatus" is missing, or -5 when the driver fails with
+ * an exception (then no tower is counted and the library is released). */
 QV_API int QV_SignalTower_Init(void);
 /* Releases the driver library; returns 0. The tower count is kept; call QV_SignalTower_Init
  * again before setting outputs. */
