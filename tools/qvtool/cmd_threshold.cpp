@@ -4,7 +4,6 @@
 // Outputs are written to temporary files next to their targets and renamed into place only when
 // every output was written, so a failure never leaves a half-written file behind.
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -18,31 +17,12 @@
 
 #include "QV_Tools.h"
 #include "commands.h"
+#include "image_support.h"
 
 namespace qvtool {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct MethodInfo {
-    const char* name;
-    int number;
-    cv::Scalar colour;  // BGR, for the histogram plot
-};
-
-const MethodInfo kMethodTable[] = {
-    {"Otsu", eThresholdOtsu, {40, 40, 220}},
-    {"Moments", eThresholdMoments, {0, 140, 255}},
-    {"MaxEntropy", eThresholdMaxEntropy, {0, 170, 0}},
-    {"Huang", eThresholdHuang, {200, 80, 0}},
-    {"Li", eThresholdLi, {180, 0, 180}},
-    {"Mean", eThresholdMean, {0, 120, 120}},
-    {"Shanbhag", eThresholdShanbhag, {140, 90, 40}},
-    {"Triangle", eThresholdTriangle, {90, 90, 90}},
-    {"Yen", eThresholdYen, {255, 0, 120}},
-    {"Percentile", eThresholdPercentile, {0, 200, 200}},
-    {"RenyiEntropy", eThresholdRenyiEntropy, {120, 0, 255}},
-};
 
 struct Result {
     const MethodInfo* method;
@@ -52,59 +32,6 @@ struct Result {
 int badInput(const std::string& message) {
     std::fprintf(stderr, "qvtool threshold: %s\n", message.c_str());
     return kBadInput;
-}
-
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
-
-// The method named or numbered by `text`, or null.
-const MethodInfo* findMethod(const std::string& text) {
-    for (const MethodInfo& m : kMethodTable)
-        if (lower(text) == lower(m.name) || text == std::to_string(m.number)) return &m;
-    return nullptr;
-}
-
-// An output path is usable when OpenCV has a writer for its extension and its folder exists.
-std::string outputProblem(const std::string& path) {
-    if (!cv::haveImageWriter(path)) return "cannot write '" + path + "': unknown image file type";
-    const fs::path parent = fs::path(path).parent_path();
-    std::error_code ec;
-    if (!parent.empty() && !fs::is_directory(parent, ec)) return "cannot write '" + path + "': no such folder";
-    if (fs::is_directory(path, ec)) return "cannot write '" + path + "': is a folder";
-    return "";
-}
-
-fs::path temporaryFor(const std::string& path) {
-    const fs::path target(path);
-    return target.parent_path() / ("." + target.stem().string() + ".qvtool-part" + target.extension().string());
-}
-
-// Writes `image` to a temporary file for `path`; false (and nothing left behind) on failure.
-bool writeTemporary(const std::string& path, const cv::Mat& image) {
-    const fs::path temporary = temporaryFor(path);
-    bool written = false;
-    try {
-        written = cv::imwrite(temporary.string(), image);
-    } catch (const cv::Exception&) {
-        written = false;
-    }
-    if (!written) {
-        std::error_code ec;
-        fs::remove(temporary, ec);
-    }
-    return written;
-}
-
-cv::Mat binarise(const cv::Mat& grey, int threshold) {
-    cv::Mat binary(grey.size(), CV_8U);
-    for (int y = 0; y < grey.rows; ++y) {
-        const unsigned char* in = grey.ptr<unsigned char>(y);
-        unsigned char* out = binary.ptr<unsigned char>(y);
-        for (int x = 0; x < grey.cols; ++x) out[x] = in[x] > threshold ? 255 : 0;
-    }
-    return binary;
 }
 
 // The 256-bin histogram as bars, with a coloured marker and label per threshold, and a legend.
@@ -227,17 +154,9 @@ int runThreshold(int argc, char** argv) {
     if (!outPath.empty() && !plotPath.empty() && fs::absolute(outPath) == fs::absolute(plotPath))
         return badInput("--out and --plot name the same file");
 
-    std::error_code ec;
-    if (!fs::is_regular_file(imagePath, ec)) return badInput("cannot read '" + imagePath + "': no such file");
     cv::Mat grey;
-    try {
-        grey = cv::imread(imagePath, cv::IMREAD_GRAYSCALE);
-    } catch (const cv::Exception&) {
-        grey.release();
-    }
-    if (grey.empty() || grey.type() != CV_8U)
-        return badInput("cannot read '" + imagePath + "': not an image file OpenCV can decode");
-    if (!grey.isContinuous()) grey = grey.clone();
+    if (const std::string problem = readGrey(imagePath, grey); !problem.empty()) return badInput(problem);
+    std::error_code ec;
 
     std::vector<Result> results;
     for (const MethodInfo* m : methods)
