@@ -14,6 +14,8 @@ struct Command {
 // Exit status for bad input: a missing file, an unknown option, an unwritable output.
 constexpr int kBadInput = 2;
 
+int runBlobs(int argc, char** argv);
+void helpBlobs();
 int runLog(int argc, char** argv);
 void helpLog();
 int runThreshold(int argc, char** argv);

@@ -8,6 +8,7 @@ namespace qvtool {
 
 // Every command, in the order that --help lists them.
 static const Command kCommands[] = {
+    {"blobs", "the regions of an image after an automatic threshold, listed and drawn", runBlobs, helpBlobs},
     {"log", "write log lines to the console and a log file, and show the last error", runLog, helpLog},
     {"threshold", "automatic thresholds of an image, its binary image and a histogram plot", runThreshold, helpThreshold},
     {"tree", "show a tree file as an outline, read or change one value by its path", runTree, helpTree},
