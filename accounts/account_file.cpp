@@ -141,9 +141,10 @@ int QV_AccountManager::loadAccountSettings(std::string filePath, bool encrypted)
         const QVTreeNode* key = FindPropertyByName(child, kKeyName, 1, &keyType);
         const QVTreeNode* level = FindPropertyByName(child, kLevelName, 1, &levelType);
         if (!key || !level || !key->data || !level->data) continue;
-        // The key is read as text and the level as 32 bits: values of other types in a foreign
-        // file would be read past their storage, so such accounts are skipped like incomplete ones.
-        if (keyType != eString || (levelType != eInt && levelType != eHexInt)) continue;
+        // The key is read as text and the level as the first 32 bits of its value, whatever its
+        // type. Only what would be read past its storage is skipped like an incomplete account:
+        // a key that is not a zero-terminated text, a level narrower than 32 bits.
+        if (keyType != eString || levelType == eChar || levelType == eShort) continue;
         // The account name is the base name: an installed translation may have replaced the
         // displayed name of a child (found by its id), and must not rename the account.
         addNewAccount(child->baseName, *static_cast<const unsigned int*>(level->data),

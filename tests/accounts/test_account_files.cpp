@@ -126,6 +126,30 @@ TEST_F(AccountTest, LoadTakesOnlyChildrenWithKeyAndLevel) {
         EXPECT_EQ(accounts.count(skipped), 0u) << skipped;
 }
 
+// Levels of the other 32-bit integer types load like "int" ones; only values that are no text
+// (key) or narrower than 32 bits (level) would be read past their storage and are skipped.
+TEST_F(AccountTest, LoadReadsTheLevelOfAnyTypeWideEnough) {
+    const auto path = tempDir() / "accounts.xml";
+    const auto account = [](const std::string& name, int idx, const char* keyType, const char* levelType) {
+        return "<" + name + " idx=\"" + std::to_string(idx) + "\"><Properties><children count=\"2\">"
+               "<key id=\"1\" idx=\"0\"><val type_id=\"" + keyType + "\">12</val></key>"
+               "<level id=\"2\" idx=\"1\"><val type_id=\"" + levelType + "\">3</val></level>"
+               "</children></Properties></" + name + ">";
+    };
+    writeFile(path, "<QV_Accounts><children count=\"5\">" + account("Bool", 0, "-7", "-3") +
+                        account("Option", 1, "-7", "-17") + account("Multi", 2, "-7", "-22") +
+                        account("Short", 3, "-7", "-19") + account("IntKey", 4, "-4", "-4") +
+                        "</children></QV_Accounts>");
+    EXPECT_EQ(manager()->loadAccountSettings(path.string(), false), 0);
+    EXPECT_EQ(QV_GetLevelForAccount("Bool", "12"), 3);
+    EXPECT_EQ(QV_GetLevelForAccount("Option", "12"), 3);
+    EXPECT_EQ(QV_GetLevelForAccount("Multi", "12"), 3);
+    const auto accounts = manager()->adminGetAccountList();
+    EXPECT_EQ(accounts.size(), 4u);
+    EXPECT_EQ(accounts.count("Short"), 0u);
+    EXPECT_EQ(accounts.count("IntKey"), 0u);
+}
+
 // The account name is the child's base name: a translation installed for the child's id
 // changes only its displayed name, which must not rename the account. The translation node
 // cannot be removed again, so this runs in a child process.
