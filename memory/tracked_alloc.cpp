@@ -1,6 +1,7 @@
 // Tracked allocation: QV_Malloc, QV_Calloc, QV_Realloc and QV_Free keep one record per block
 // (caller texts, line, size, call stack) in an ordered table by address; frees of addresses the
 // table does not know are kept in a second table; SyncMemInfos logs every block still recorded.
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -71,9 +72,15 @@ QV_API void* QV_Malloc(int size, const char* text1, const char* text2, int line)
 }
 
 QV_API void* QV_Calloc(int count, int size, const char* text1, const char* text2, int line) {
-    void* block = count >= 0 && size >= 0
-                      ? std::calloc(static_cast<std::size_t>(count), static_cast<std::size_t>(size))
-                      : nullptr;
+    // calloc sees the two numbers as size_t, so a negative one is a huge count. A product that
+    // overflows or exceeds any object size gets calloc's null result without asking for it; a
+    // zero product (a negative count times zero) is a valid request and gets its block.
+    const auto n = static_cast<std::size_t>(static_cast<std::int64_t>(count));
+    const auto each = static_cast<std::size_t>(static_cast<std::int64_t>(size));
+    std::size_t bytes = 0;
+    const bool possible = !__builtin_mul_overflow(n, each, &bytes) &&
+                          bytes <= static_cast<std::size_t>(PTRDIFF_MAX);
+    void* block = possible ? std::calloc(n, each) : nullptr;
     // The recorded size is the product in 32-bit signed arithmetic (wrapping), then widened.
     const auto total = static_cast<std::int32_t>(static_cast<std::uint32_t>(count) *
                                                  static_cast<std::uint32_t>(size));

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "QV_Tools.h"
 #include "memory/memory_internal.h"
@@ -126,6 +127,21 @@ TEST_F(TrackedMemory, FailedAllocationsAreRecordedUnderTheNullAddress) {
     tables().strayFrees.erase(a);
     tables().allocations.erase(nullptr);
     tables().bytesOutstanding -= bytesSinceStart();
+}
+
+TEST_F(TrackedMemory, CallocOfANegativeCountTimesZeroIsAValidRequest) {
+    // calloc takes -1 as a huge count; times 0 that is no bytes at all, and calloc hands out a
+    // block for it like for any empty request.
+    for (const auto& [count, size] : {std::pair{-1, 0}, std::pair{0, -7}}) {
+        void* p = QV_Calloc(count, size, kFile, kWhat, 9);
+        ASSERT_NE(p, nullptr) << count << " x " << size;
+        const MemInfo* r = recordOf(p);
+        ASSERT_NE(r, nullptr);
+        EXPECT_EQ(r->size, 0u);
+        QV_Free(p, kFile, kWhat, 10);
+    }
+    EXPECT_EQ(tables().allocations.count(nullptr), 0u);
+    EXPECT_EQ(bytesSinceStart(), 0);
 }
 
 TEST_F(TrackedMemory, ReallocMovingKeepsTheOldSizeUnderTheNewAddress) {
