@@ -144,9 +144,13 @@ QV_API int AddFreeMemInfo(MemInfo* info, const char* module) {
 QV_API int SyncMemInfos(void) {
     constexpr const char* kFn = "SyncMemInfos";
     TrackedTables& t = tables();
-    for (const auto& [address, info] : t.allocations) {
-        t.report[address] = info;
-        QV_NOTE(1, 173, "%s", info.callStack);
+    // Each step finds the next address afresh: a logger that frees or allocates tracked blocks
+    // while a record is being reported must not leave the walk on an erased entry.
+    for (auto it = t.allocations.begin(); it != t.allocations.end();) {
+        void* const address = it->first;
+        const MemInfo& copy = t.report[address] = it->second;
+        QV_NOTE(1, 173, "%s", copy.callStack);
+        it = t.allocations.upper_bound(address);
     }
     return 0;
 }

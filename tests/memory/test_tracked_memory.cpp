@@ -2,10 +2,12 @@
 // arithmetic (a reallocated record keeps its old size), stray frees, the cut of the stack field,
 // SyncMemInfos' log lines and the working-set readings. Every block a test allocates is freed
 // before it ends, and records made on purpose under fake addresses are taken out again.
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -277,6 +279,37 @@ TEST_F(TrackedMemory, SyncLogsEveryRecordInAddressOrder) {
     qvtest::clear();
     EXPECT_EQ(SyncMemInfos(), 0);
     EXPECT_EQ(count(), 0u);
+    tables().report.clear();
+}
+
+// A host logger that releases tracked blocks while it is being told about them.
+void* g_releaseOnReport[2] = {nullptr, nullptr};
+void releasingLogger(int, const char*, int) {
+    for (void*& p : g_releaseOnReport) {
+        if (p) QV_Free(p, kFile, kWhat, 90);
+        p = nullptr;
+    }
+}
+
+TEST_F(TrackedMemory, SyncSurvivesALoggerThatFreesTheReportedBlocks) {
+    ASSERT_TRUE(tables().allocations.empty()) << "an earlier test left a record";
+    void* blocks[3] = {QV_Malloc(10, kFile, kWhat, 1), QV_Malloc(10, kFile, kWhat, 2),
+                       QV_Malloc(10, kFile, kWhat, 3)};
+    std::sort(std::begin(blocks), std::end(blocks));
+    // At the first report the logger frees the block being reported and the next one; the walk
+    // goes on with the third.
+    static const int once = AddCallbackLogger(100, releasingLogger);  // its startup line comes first
+    (void)once;
+    g_releaseOnReport[0] = blocks[0];
+    g_releaseOnReport[1] = blocks[1];
+    qvtest::clear();
+    EXPECT_EQ(SyncMemInfos(), 0);
+    EXPECT_EQ(count(), 2u);
+    EXPECT_EQ(tables().allocations.size(), 1u);
+    EXPECT_EQ(tables().report.count(blocks[0]), 1u);
+    EXPECT_EQ(tables().report.count(blocks[1]), 0u);
+    EXPECT_EQ(tables().report.count(blocks[2]), 1u);
+    QV_Free(blocks[2], kFile, kWhat, 4);
     tables().report.clear();
 }
 
