@@ -16,6 +16,12 @@ TrackedTables& tables() {
 }
 
 namespace {
+// Built when the library is loaded, so that the tables outlive the host program's own globals:
+// a global object may still free its blocks through QV_Free when the program ends.
+[[maybe_unused]] const TrackedTables* const g_buildAtLoad = &tables();
+}  // namespace
+
+namespace {
 
 constexpr const char* kModuleMalloc = "QV_Tools";  // the name QV_Malloc writes
 constexpr const char* kModuleOthers = "qv_tools";  // the name every other call writes
