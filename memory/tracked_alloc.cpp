@@ -155,7 +155,9 @@ QV_API int SyncMemInfos(void) {
     for (auto it = t.allocations.begin(); it != t.allocations.end();) {
         void* const address = it->first;
         const MemInfo& copy = t.report[address] = it->second;
-        QV_NOTE(1, 173, "%s", copy.callStack);
+        // A record handed in through AddMallocMemInfo may fill its stack field to the brim:
+        // read no further than the field.
+        QV_NOTE(1, 173, "%.*s", static_cast<int>(sizeof copy.callStack), copy.callStack);
         it = t.allocations.upper_bound(address);
     }
     return 0;

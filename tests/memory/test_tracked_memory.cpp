@@ -250,6 +250,19 @@ TEST_F(TrackedMemory, AddMemInfoStoresCopiesAndReplaces) {
     EXPECT_EQ(AddMallocMemInfo(nullptr, "x"), QV_ERR_NULL_ARGUMENT);
 }
 
+TEST_F(TrackedMemory, SyncReadsAHandedInStackNoFurtherThanItsField) {
+    ASSERT_TRUE(tables().allocations.empty()) << "an earlier test left a record";
+    MemInfo info{};
+    info.address = reinterpret_cast<void*>(0x2000);
+    std::memset(info.callStack, 's', sizeof info.callStack);  // no terminator inside the field
+    ASSERT_EQ(AddMallocMemInfo(&info, "host"), 0);
+    EXPECT_EQ(SyncMemInfos(), 0);
+    ASSERT_EQ(count(), 1u);
+    EXPECT_EQ(withoutTime(lastLine()), "SyncMemInfos(173): " + std::string(511 - 14 - 19, 's'));
+    tables().allocations.erase(info.address);
+    tables().report.clear();
+}
+
 TEST_F(TrackedMemory, SyncLogsEveryRecordInAddressOrder) {
     ASSERT_TRUE(tables().allocations.empty()) << "an earlier test left a record";
     EXPECT_EQ(SyncMemInfos(), 0);
