@@ -1,6 +1,7 @@
 // Tracked allocation: QV_Malloc, QV_Calloc, QV_Realloc and QV_Free keep one record per block
 // (caller texts, line, size, call stack) in an ordered table by address; frees of addresses the
 // table does not know are kept in a second table; SyncMemInfos logs every block still recorded.
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -13,6 +14,12 @@ TrackedTables& tables() {
     static TrackedTables t;
     return t;
 }
+
+namespace {
+// Built when the library is loaded, so that the tables outlive the host program's own globals:
+// a global object may still free its blocks through QV_Free when the program ends.
+[[maybe_unused]] const TrackedTables* const g_buildAtLoad = &tables();
+}  // namespace
 
 namespace {
 
@@ -71,9 +78,15 @@ QV_API void* QV_Malloc(int size, const char* text1, const char* text2, int line)
 }
 
 QV_API void* QV_Calloc(int count, int size, const char* text1, const char* text2, int line) {
-    void* block = count >= 0 && size >= 0
-                      ? std::calloc(static_cast<std::size_t>(count), static_cast<std::size_t>(size))
-                      : nullptr;
+    // calloc sees the two numbers as size_t, so a negative one is a huge count. A product that
+    // overflows or exceeds any object size gets calloc's null result without asking for it; a
+    // zero product (a negative count times zero) is a valid request and gets its block.
+    const auto n = static_cast<std::size_t>(static_cast<std::int64_t>(count));
+    const auto each = static_cast<std::size_t>(static_cast<std::int64_t>(size));
+    std::size_t bytes = 0;
+    const bool possible = !__builtin_mul_overflow(n, each, &bytes) &&
+                          bytes <= static_cast<std::size_t>(PTRDIFF_MAX);
+    void* block = possible ? std::calloc(n, each) : nullptr;
     // The recorded size is the product in 32-bit signed arithmetic (wrapping), then widened.
     const auto total = static_cast<std::int32_t>(static_cast<std::uint32_t>(count) *
                                                  static_cast<std::uint32_t>(size));
@@ -137,9 +150,15 @@ QV_API int AddFreeMemInfo(MemInfo* info, const char* module) {
 QV_API int SyncMemInfos(void) {
     constexpr const char* kFn = "SyncMemInfos";
     TrackedTables& t = tables();
-    for (const auto& [address, info] : t.allocations) {
-        t.report[address] = info;
-        QV_NOTE(1, 173, "%s", info.callStack);
+    // Each step finds the next address afresh: a logger that frees or allocates tracked blocks
+    // while a record is being reported must not leave the walk on an erased entry.
+    for (auto it = t.allocations.begin(); it != t.allocations.end();) {
+        void* const address = it->first;
+        const MemInfo& copy = t.report[address] = it->second;
+        // A record handed in through AddMallocMemInfo may fill its stack field to the brim:
+        // read no further than the field.
+        QV_NOTE(1, 173, "%.*s", static_cast<int>(sizeof copy.callStack), copy.callStack);
+        it = t.allocations.upper_bound(address);
     }
     return 0;
 }

@@ -29,6 +29,11 @@ CaptureWalker& captureWalker() {
     return walker;
 }
 
+// Built when the library is loaded (the symbol engine itself starts at the first walk), so that
+// the walker outlives the host program's globals, which may still allocate or free through the
+// tracked-memory calls when the program ends.
+[[maybe_unused]] const CaptureWalker* const g_buildAtLoad = &captureWalker();
+
 }  // namespace
 
 std::string captureCallStack(const char* name) {

@@ -109,6 +109,10 @@ TEST_F(LogCall, StackLineLayout) {
     EXPECT_EQ(QV_GetLastError(), -3);
     LogMsgStack(1, "bare", 2, nullptr, nullptr);
     EXPECT_EQ(lastLine(), "bare");
+    // A positive code still becomes the last error, with the bare message.
+    char msg[QV_STRING_SIZE];
+    EXPECT_EQ(QV_GetLastErrorMsg(msg), 2);
+    EXPECT_STREQ(msg, "bare");
 }
 
 TEST_F(LogCall, LongMessagesAreCutTo511Characters) {

@@ -2,11 +2,14 @@
 // arithmetic (a reallocated record keeps its old size), stray frees, the cut of the stack field,
 // SyncMemInfos' log lines and the working-set readings. Every block a test allocates is freed
 // before it ends, and records made on purpose under fake addresses are taken out again.
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
+#include <utility>
 
 #include "QV_Tools.h"
 #include "memory/memory_internal.h"
@@ -128,6 +131,21 @@ TEST_F(TrackedMemory, FailedAllocationsAreRecordedUnderTheNullAddress) {
     tables().bytesOutstanding -= bytesSinceStart();
 }
 
+TEST_F(TrackedMemory, CallocOfANegativeCountTimesZeroIsAValidRequest) {
+    // calloc takes -1 as a huge count; times 0 that is no bytes at all, and calloc hands out a
+    // block for it like for any empty request.
+    for (const auto& [count, size] : {std::pair{-1, 0}, std::pair{0, -7}}) {
+        void* p = QV_Calloc(count, size, kFile, kWhat, 9);
+        ASSERT_NE(p, nullptr) << count << " x " << size;
+        const MemInfo* r = recordOf(p);
+        ASSERT_NE(r, nullptr);
+        EXPECT_EQ(r->size, 0u);
+        QV_Free(p, kFile, kWhat, 10);
+    }
+    EXPECT_EQ(tables().allocations.count(nullptr), 0u);
+    EXPECT_EQ(bytesSinceStart(), 0);
+}
+
 TEST_F(TrackedMemory, ReallocMovingKeepsTheOldSizeUnderTheNewAddress) {
     void* a = QV_Malloc(100, kFile, kWhat, 30);
     void* pin = QV_Malloc(100, kFile, kWhat, 31);  // keeps `a` from growing where it is
@@ -232,6 +250,19 @@ TEST_F(TrackedMemory, AddMemInfoStoresCopiesAndReplaces) {
     EXPECT_EQ(AddMallocMemInfo(nullptr, "x"), QV_ERR_NULL_ARGUMENT);
 }
 
+TEST_F(TrackedMemory, SyncReadsAHandedInStackNoFurtherThanItsField) {
+    ASSERT_TRUE(tables().allocations.empty()) << "an earlier test left a record";
+    MemInfo info{};
+    info.address = reinterpret_cast<void*>(0x2000);
+    std::memset(info.callStack, 's', sizeof info.callStack);  // no terminator inside the field
+    ASSERT_EQ(AddMallocMemInfo(&info, "host"), 0);
+    EXPECT_EQ(SyncMemInfos(), 0);
+    ASSERT_EQ(count(), 1u);
+    EXPECT_EQ(withoutTime(lastLine()), "SyncMemInfos(173): " + std::string(511 - 14 - 19, 's'));
+    tables().allocations.erase(info.address);
+    tables().report.clear();
+}
+
 TEST_F(TrackedMemory, SyncLogsEveryRecordInAddressOrder) {
     ASSERT_TRUE(tables().allocations.empty()) << "an earlier test left a record";
     EXPECT_EQ(SyncMemInfos(), 0);
@@ -261,6 +292,37 @@ TEST_F(TrackedMemory, SyncLogsEveryRecordInAddressOrder) {
     qvtest::clear();
     EXPECT_EQ(SyncMemInfos(), 0);
     EXPECT_EQ(count(), 0u);
+    tables().report.clear();
+}
+
+// A host logger that releases tracked blocks while it is being told about them.
+void* g_releaseOnReport[2] = {nullptr, nullptr};
+void releasingLogger(int, const char*, int) {
+    for (void*& p : g_releaseOnReport) {
+        if (p) QV_Free(p, kFile, kWhat, 90);
+        p = nullptr;
+    }
+}
+
+TEST_F(TrackedMemory, SyncSurvivesALoggerThatFreesTheReportedBlocks) {
+    ASSERT_TRUE(tables().allocations.empty()) << "an earlier test left a record";
+    void* blocks[3] = {QV_Malloc(10, kFile, kWhat, 1), QV_Malloc(10, kFile, kWhat, 2),
+                       QV_Malloc(10, kFile, kWhat, 3)};
+    std::sort(std::begin(blocks), std::end(blocks));
+    // At the first report the logger frees the block being reported and the next one; the walk
+    // goes on with the third.
+    static const int once = AddCallbackLogger(100, releasingLogger);  // its startup line comes first
+    (void)once;
+    g_releaseOnReport[0] = blocks[0];
+    g_releaseOnReport[1] = blocks[1];
+    qvtest::clear();
+    EXPECT_EQ(SyncMemInfos(), 0);
+    EXPECT_EQ(count(), 2u);
+    EXPECT_EQ(tables().allocations.size(), 1u);
+    EXPECT_EQ(tables().report.count(blocks[0]), 1u);
+    EXPECT_EQ(tables().report.count(blocks[1]), 0u);
+    EXPECT_EQ(tables().report.count(blocks[2]), 1u);
+    QV_Free(blocks[2], kFile, kWhat, 4);
     tables().report.clear();
 }
 
