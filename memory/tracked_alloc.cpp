@@ -57,6 +57,16 @@ void recordAllocation(void* block, std::int32_t size, MemInfo info) {
     t.allocations[block] = info;
 }
 
+// Stores a copy of a caller's record under its address in `table`, with the caller's module
+// name set on both; a null record is refused under the export `kFn`.
+template <typename Table>
+int storeRecord(MemInfo* info, const char* module, Table& table, const char* kFn, int line) {
+    QV_CHECK_NULL(info, line, "record is NULL");
+    info->module = module;
+    table[info->address] = *info;
+    return 0;
+}
+
 }  // namespace
 
 }  // namespace qv::memory
@@ -132,19 +142,11 @@ QV_API void QV_Free(void* block, const char* text1, const char* text2, int line)
 }
 
 QV_API int AddMallocMemInfo(MemInfo* info, const char* module) {
-    constexpr const char* kFn = "AddMallocMemInfo";
-    QV_CHECK_NULL(info, __LINE__, "record is NULL");
-    info->module = module;
-    tables().allocations[info->address] = *info;
-    return 0;
+    return qv::memory::storeRecord(info, module, tables().allocations, "AddMallocMemInfo", __LINE__);
 }
 
 QV_API int AddFreeMemInfo(MemInfo* info, const char* module) {
-    constexpr const char* kFn = "AddFreeMemInfo";
-    QV_CHECK_NULL(info, __LINE__, "record is NULL");
-    info->module = module;
-    tables().strayFrees[info->address] = *info;
-    return 0;
+    return qv::memory::storeRecord(info, module, tables().strayFrees, "AddFreeMemInfo", __LINE__);
 }
 
 QV_API int SyncMemInfos(void) {
