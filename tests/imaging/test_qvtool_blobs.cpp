@@ -59,7 +59,7 @@ TEST_F(QvtoolBlobs, ListsEveryRectangleWithItsContourMeasures) {
     ASSERT_EQ(text.size(), 6u) << out;
     EXPECT_NE(text[0].find(": 64 x 48, threshold "), std::string::npos) << text[0];
     EXPECT_NE(text[0].find(" (Otsu), brighter pixels are foreground"), std::string::npos) << text[0];
-    EXPECT_EQ(text[1], "3 blobs found, 3 kept");
+    EXPECT_EQ(text[1], "blobs: 3 found, 3 kept");
     EXPECT_EQ(text[2], "  id       area  perimeter     x     y width height centre x centre y   angle");
     // A filled w x h rectangle has the contour area (w-1)(h-1) and the perimeter 2(w-1 + h-1);
     // ids count from the rectangle whose first pixel comes last in raster order.
@@ -73,7 +73,7 @@ TEST_F(QvtoolBlobs, AreaRangeIsStrictAndDarkSwapsTheForeground) {
     ASSERT_EQ(run(image + " --min-area 4 --max-area 171"), 0) << err;
     std::vector<std::string> text = lines(out);
     ASSERT_EQ(text.size(), 4u) << out;
-    EXPECT_EQ(text[1], "3 blobs found, 1 kept");
+    EXPECT_EQ(text[1], "blobs: 3 found, 1 kept");
     EXPECT_EQ(text[3].substr(0, 15), "   2       45.0");
 
     // Dark rectangles on a bright ground, with --dark, are the same blobs.
@@ -81,7 +81,7 @@ TEST_F(QvtoolBlobs, AreaRangeIsStrictAndDarkSwapsTheForeground) {
     text = lines(out);
     ASSERT_EQ(text.size(), 5u) << out;
     EXPECT_NE(text[0].find("darker pixels are foreground"), std::string::npos);
-    EXPECT_EQ(text[1], "3 blobs found, 2 kept");
+    EXPECT_EQ(text[1], "blobs: 3 found, 2 kept");
     EXPECT_EQ(text[3].substr(0, 15), "   0      171.0");
     EXPECT_EQ(text[4].substr(0, 15), "   2       45.0");
 }

@@ -150,7 +150,7 @@ int runBlobs(int argc, char** argv) {
 
     std::printf("%s: %d x %d, threshold %d (%s), %s pixels are foreground\n", imagePath.c_str(), grey.cols,
                 grey.rows, threshold, method->name, dark ? "darker" : "brighter");
-    std::printf("%d blobs found, %d kept\n", blobs.size() + removed, blobs.size());
+    std::printf("blobs: %d found, %d kept\n", blobs.size() + removed, blobs.size());
     std::printf("%4s %10s %10s %5s %5s %5s %6s %8s %8s %7s\n", "id", "area", "perimeter", "x", "y", "width",
                 "height", "centre x", "centre y", "angle");
     for (int i = 0; i < blobs.size(); ++i) {
