@@ -401,9 +401,10 @@ public:
 
     /* Finds the outer contours of `image` (8-bit, one channel; the image is overwritten) and
      * stores one blob per nonempty contour, ids counting on from the number of blobs held, in the
-     * order of OpenCV's contour chain. Returns the number of contours found, or -2 "input image is
-     * NULL", -5 "blobs of an earlier detection are still held, call clearBlobs first", -5
-     * "contour search failed: <OpenCV's reason>". */
+     * order of OpenCV's contour chain. A chain still held from an earlier search is kept and the
+     * new one is appended to it (an id that meets a blob still held is not stored). Returns the
+     * number of contours found, or -2 "input image is NULL", -5 "contour search failed:
+     * <OpenCV's reason>". */
     int detectBlobs(struct _IplImage* image, bool calculate);
     unsigned int getNumBlobs() const;
     /* Empties the map (freeing the point arrays when releasePoints) and forgets the chain; with
