@@ -349,13 +349,17 @@ TEST_F(Blobs, FilterBlobsOnCallerArrays) {
     // The copies share the detection's point arrays.
     EXPECT_EQ(area9->points, blobsOf(id)[1].points);
 
-    // Release: the failing copies are freed, their point arrays stay with the detection (which
-    // frees them on release; a double free would show under the sanitizer build).
+    // Release: the failing copies are freed with their point arrays, which the detection then
+    // no longer holds (its release would free them twice: the sanitizer build shows that).
     EXPECT_EQ(QV_BlobDetection_FilterBlobs(blobs, eBlobFilterArea, 5, 10, 1), 2);
     ASSERT_EQ(blobs->count, 2);
     EXPECT_EQ(GetValue(blobs, 0), area9);
     EXPECT_EQ(GetValue(blobs, 1), nullptr);
-    EXPECT_EQ(blobsOf(id).size(), 3u);  // the detection still has its records
+    const auto held = blobsOf(id);
+    ASSERT_EQ(held.size(), 3u);  // the detection still has its records
+    EXPECT_EQ(held[0].points, nullptr);
+    EXPECT_EQ(held[1].points, area9->points);
+    EXPECT_EQ(held[2].points, nullptr);
     // The removed contours left the shared chain: drawing draws the first contour and area 9.
     Bin canvas(20, 9);
     ASSERT_EQ(QV_BlobDetection_DrawDetectedBlobs(id, canvas.get(), cvScalarAll(255), -1, cvPoint(0, 0)), 0);
