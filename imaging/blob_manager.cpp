@@ -14,8 +14,8 @@ QV_BlobDetectionManager::~QV_BlobDetectionManager() {
 }
 
 QV_BlobDetectionManager* QV_BlobDetectionManager::getManager() {
-    static QV_BlobDetectionManager instance;
-    return &instance;
+    static QV_BlobDetectionManager m_instance;
+    return &m_instance;
 }
 
 // Built when the library is loaded, like the other singletons.
