@@ -72,11 +72,6 @@ QV_BlobDetection::~QV_BlobDetection() { clearBlobs(true, true); }
 int QV_BlobDetection::detectBlobs(IplImage* image, bool calculate) {
     constexpr const char* kFn = "QV_BlobDetection::detectBlobs";
     if (!image) return QV_FAIL(1, QV_ERR_NULL_ARGUMENT, __LINE__, "input image is NULL");
-    // A new chain cannot be joined to one still held (the records of both would share the id
-    // range and the storage); the caller clears the object first.
-    if (m_firstContour)
-        return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__,
-                       "blobs of an earlier detection are still held, call clearBlobs first");
     CvSeq* first = nullptr;
     int found = 0;
     try {
@@ -89,7 +84,16 @@ int QV_BlobDetection::detectBlobs(IplImage* image, bool calculate) {
         return QV_FAIL(1, QV_ERR_ARGUMENT, __LINE__, "contour search failed: %s", e.err.c_str());
     }
     if (found < 1) return found;
-    m_firstContour = first;
+    if (!m_firstContour) {
+        m_firstContour = first;
+    } else {
+        // A search while the chain of an earlier one is still held: the new chain goes after
+        // the last contour reached from the held first contour, so that drawing covers both.
+        CvSeq* last = m_firstContour;
+        while (last->h_next) last = last->h_next;
+        last->h_next = first;
+        first->h_prev = last;
+    }
 
     unsigned int id = static_cast<unsigned int>(m_blobs.size());
     for (CvSeq* contour = first; contour; contour = contour->h_next) {
@@ -103,7 +107,10 @@ int QV_BlobDetection::detectBlobs(IplImage* image, bool calculate) {
         }
         info.contour = contour;
         if (calculate) calcBlobFeatures(info);
-        m_blobs.emplace(id, info);
+        // Ids count on from the map's size; after a filter has left a gap a new id can meet a
+        // blob still held, which keeps its place; the new record's points would then belong
+        // to nobody, so they are freed.
+        if (!m_blobs.emplace(id, info).second) releasePoints(info.points);
         ++id;
     }
     return found;

@@ -64,10 +64,6 @@ int QV_BlobDetection_FilterBlobs(QVArray* blobs, int filterType, double min, dou
     all.reserve(blobs->count > 0 ? static_cast<std::size_t>(blobs->count) : 0);
     for (int i = 0; i < blobs->count; ++i) all.push_back(static_cast<QV_BLOB_INFO*>(GetValue(blobs, i)));
     ClearArray(blobs, 0);
-    // Point arrays that a registered detection still holds are freed with that detection, not
-    // here: the records handed out by QV_BlobDetection_GetBlobs share them.
-    std::set<const QVArray*> owned;
-    if (release) owned = BlobRegistryAccess::ownedPointArrays();
 
     int removed = 0;
     const auto type = static_cast<EFilterTypeBlobs>(filterType);
@@ -78,7 +74,11 @@ int QV_BlobDetection_FilterBlobs(QVArray* blobs, int filterType, double min, dou
         }
         unlinkContour(blob->contour);
         if (release) {
-            if (!owned.count(blob->points)) releasePoints(blob->points);
+            // The records handed out by QV_BlobDetection_GetBlobs share their point arrays with
+            // the detection: it forgets a freed one, so that its own release does not free it
+            // a second time.
+            BlobRegistryAccess::forgetPointArray(blob->points);
+            releasePoints(blob->points);
             std::free(blob);
         }
         ++removed;

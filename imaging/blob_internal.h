@@ -2,8 +2,6 @@
 // Nothing here is exported.
 #pragma once
 
-#include <set>
-
 #include <opencv2/core/core_c.h>
 #include <opencv2/imgproc/imgproc_c.h>
 
@@ -25,8 +23,9 @@ void releasePoints(QVArray* points);
 
 // Reaches into the registry for the C functions.
 struct BlobRegistryAccess {
-    // The point arrays held by the blobs of every registered detection object.
-    static std::set<const QVArray*> ownedPointArrays();
+    // Makes every blob of every registered detection object that holds `points` hold null
+    // instead, so that the array can be freed elsewhere without being freed twice.
+    static void forgetPointArray(const QVArray* points);
 };
 
 }  // namespace qv::imaging

@@ -14,8 +14,8 @@ QV_BlobDetectionManager::~QV_BlobDetectionManager() {
 }
 
 QV_BlobDetectionManager* QV_BlobDetectionManager::getManager() {
-    static QV_BlobDetectionManager instance;
-    return &instance;
+    static QV_BlobDetectionManager m_instance;
+    return &m_instance;
 }
 
 // Built when the library is loaded, like the other singletons.
@@ -52,14 +52,13 @@ int QV_BlobDetectionManager::releaseBlobDetection(int id) {
 
 namespace qv::imaging {
 
-std::set<const QVArray*> BlobRegistryAccess::ownedPointArrays() {
-    std::set<const QVArray*> owned;
+void BlobRegistryAccess::forgetPointArray(const QVArray* points) {
+    if (!points) return;
     for (const auto& entry : QV_BlobDetectionManager::getManager()->m_detections) {
         if (!entry.second) continue;
-        for (const auto& blob : entry.second->getBlobs())
-            if (blob.second.points) owned.insert(blob.second.points);
+        for (auto& blob : entry.second->m_blobs)
+            if (blob.second.points == points) blob.second.points = nullptr;
     }
-    return owned;
 }
 
 }  // namespace qv::imaging

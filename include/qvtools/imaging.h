@@ -351,8 +351,9 @@ QV_API int QV_BlobDetection_FilterDetectedBlobs(int id, int filterType, double m
 
 /* Filters a pointer array of QV_BLOB_INFO records in place: records that pass stay in their order,
  * null elements stay; a failing record is dropped and its contour unlinked from its chain, and with
- * release nonzero the record is freed (free()) with its point array, unless a registered
- * detection still owns that array (it is then freed with the detection). Returns the number
+ * release nonzero the record is freed (free()) with its point array; a registered detection
+ * that shares that array (records from QV_BlobDetection_GetBlobs) holds null for it from then on,
+ * and other copies of the record are left with a dangling pointer. Returns the number
  * removed, or -2 "input or output array is NULL", or -5 "array does not hold blob pointers"
  * (an array of inline values). */
 QV_API int QV_BlobDetection_FilterBlobs(QVArray* blobs, int filterType, double min, double max, int release);
@@ -401,9 +402,10 @@ public:
 
     /* Finds the outer contours of `image` (8-bit, one channel; the image is overwritten) and
      * stores one blob per nonempty contour, ids counting on from the number of blobs held, in the
-     * order of OpenCV's contour chain. Returns the number of contours found, or -2 "input image is
-     * NULL", -5 "blobs of an earlier detection are still held, call clearBlobs first", -5
-     * "contour search failed: <OpenCV's reason>". */
+     * order of OpenCV's contour chain. A chain still held from an earlier search is kept and the
+     * new one is appended to it (an id that meets a blob still held is not stored). Returns the
+     * number of contours found, or -2 "input image is NULL", -5 "contour search failed:
+     * <OpenCV's reason>". */
     int detectBlobs(struct _IplImage* image, bool calculate);
     unsigned int getNumBlobs() const;
     /* Empties the map (freeing the point arrays when releasePoints) and forgets the chain; with
@@ -424,6 +426,7 @@ public:
     std::map<unsigned int, QV_BLOB_INFO> getBlobs() const;
 
 private:
+    friend struct qv::imaging::BlobRegistryAccess;
     struct CvMemStorage* m_storage;
     std::map<unsigned int, QV_BLOB_INFO> m_blobs;
     struct CvSeq* m_firstContour;
