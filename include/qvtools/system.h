@@ -132,9 +132,10 @@ typedef void (*QV_TimerCallback)(void* context, unsigned tick);
 
 class QV_API QV_Timer {
 public:
-    /* Interval in milliseconds; the default is 1000. */
+    /* Interval in milliseconds; the default is 1000. An int converts to a timer with that
+     * interval (QV_Timer timer = 250;). */
     QV_Timer();
-    explicit QV_Timer(int interval);
+    QV_Timer(int interval);
     /* Copies every member, the running flag and the tick included; the copy shares the worker
      * thread's handle but no worker runs for it. */
     QV_Timer(const QV_Timer& other);

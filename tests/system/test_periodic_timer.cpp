@@ -303,6 +303,9 @@ TEST(PeriodicTimer, RestartBeforeOldWorkerWakesContinuesFromZeroAndKeepsItLoopin
 
 TEST(PeriodicTimer, SetIntervallChangesOnlyTheNextPeriod) {
     EXPECT_EQ(TimerAccess::interval(QV_Timer()), 1000);
+    const QV_Timer converted = 250;  // the interval constructor also converts
+    EXPECT_EQ(TimerAccess::interval(converted), 250);
+    EXPECT_EQ(TimerAccess::initialInterval(converted), 250);
     withRetries([](int interval) {
         Recorder rec;
         QV_Timer timer(interval);
