@@ -63,6 +63,7 @@ struct Recorder {
         unsigned tick;
         SteadyClock::time_point start;
         std::int64_t deadlineAtEntry;  // the deadline of the wait that just ended
+        std::int32_t deadlineNanos;    // its nanosecond part
         std::int64_t wallEnd;          // when the callback returned
         bool flag;                     // the test's flag when the call began
         boost::thread::id thread;      // the worker that made the call
@@ -75,8 +76,8 @@ struct Recorder {
     static void callback(void* context, unsigned tick) { static_cast<Recorder*>(context)->record(tick); }
 
     void record(unsigned tick) {
-        Call call{tick, SteadyClock::now(), timer ? deadlineMicros(*timer) : 0, 0, flag.load(),
-                  boost::this_thread::get_id()};
+        Call call{tick, SteadyClock::now(), timer ? deadlineMicros(*timer) : 0,
+                  timer ? TimerAccess::deadline(*timer).second : 0, 0, flag.load(), boost::this_thread::get_id()};
         if (hook) hook(tick);
         call.wallEnd = wallMicros();
         {
@@ -332,6 +333,7 @@ TEST(PeriodicTimer, SetIntervallChangesOnlyTheNextPeriod) {
         EXPECT_EQ(call.deadlineAtEntry, first);  // that wait was neither shortened nor lengthened
         EXPECT_TRUE(eventually([&] { return deadlineMicros(timer) != first; }));
         EXPECT_GE(deadlineMicros(timer) - call.wallEnd, 2000000 - 1000);
+        EXPECT_LE(deadlineMicros(timer), wallMicros() + 2000000);  // and no more than the new interval
         EXPECT_TRUE(stopAndJoin(timer));
         return true;
     });
@@ -350,6 +352,7 @@ TEST(PeriodicTimer, PeriodLastsIntervalPlusCallbackTime) {
     const auto calls = rec.calls();
     for (unsigned i = 1; i < 4; ++i) {
         EXPECT_EQ(calls[i].tick, i);
+        EXPECT_LT(calls[i].deadlineNanos, 1000000000) << "whole seconds carried out of the nanoseconds";
         EXPECT_GE(calls[i].start - calls[i - 1].start, std::chrono::milliseconds(298)) << "call " << i;
     }
 }
