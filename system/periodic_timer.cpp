@@ -21,9 +21,6 @@
 
 namespace {
 
-// Generation of the Start() whose worker runs on this thread (set before Loop begins).
-thread_local std::uint32_t t_workerGeneration = 0;
-
 // Microseconds since 1970-01-01 UTC; the date-time library's special values map to the ends of
 // the range.
 std::int64_t microsecondsSinceEpoch(const boost::posix_time::ptime& t) {
@@ -53,8 +50,7 @@ QV_Timer::QV_Timer(int interval)
       running(false),
       initialInterval(interval),
       interval(interval),
-      deadline(Deadline{0, 0}),
-      generation(0) {}
+      deadline(Deadline{0, 0}) {}
 
 QV_Timer::QV_Timer(const QV_Timer& other)
     : callbackContext(other.callbackContext),
@@ -64,8 +60,7 @@ QV_Timer::QV_Timer(const QV_Timer& other)
       initialInterval(other.initialInterval),
       interval(other.interval.load()),
       deadline(other.deadline.load()),
-      thread(other.thread),
-      generation(other.generation.load()) {}
+      thread(other.thread) {}
 
 QV_Timer& QV_Timer::operator=(const QV_Timer& other) {
     callbackContext = other.callbackContext;
@@ -76,7 +71,6 @@ QV_Timer& QV_Timer::operator=(const QV_Timer& other) {
     interval = other.interval.load();
     deadline = other.deadline.load();
     thread = other.thread;
-    generation = other.generation.load();
     return *this;
 }
 
@@ -88,15 +82,10 @@ QV_Timer::~QV_Timer() {
 
 void QV_Timer::Start() {
     if (running) return;
-    const std::uint32_t mine = generation.fetch_add(1) + 1;
     // The flag goes up before the worker exists, so its first test cannot miss it.
     running = true;
     try {
-        thread.reset(new boost::thread([this, mine] {
-                         t_workerGeneration = mine;
-                         Loop();
-                     }),
-                     releaseWorker);
+        thread.reset(new boost::thread(&QV_Timer::Loop, this), releaseWorker);
     } catch (...) {
         running = false;
         throw;
@@ -113,11 +102,9 @@ bool QV_Timer::IsRunning() { return running; }
 void QV_Timer::SetIntervall(int interval) { this->interval = interval; }
 
 void QV_Timer::Loop() {
-    const std::uint32_t mine = t_workerGeneration;
-    // A worker whose timer was stopped, or stopped and started again, before this thread got
-    // going has nothing to do.
-    if (!running || generation != mine) return;
-    for (;;) {
+    // A worker whose timer was stopped before this thread got going has nothing to do.
+    if (!running) return;
+    do {
         const std::int64_t now = microsecondsSinceEpoch(boost::posix_time::microsec_clock::universal_time());
         const std::int32_t ms = interval;
         std::int64_t seconds = now / 1000000 + ms / 1000;
@@ -138,8 +125,7 @@ void QV_Timer::Loop() {
         // followed into a null call.
         if (callback) callback(callbackContext, tick);
         ++tick;
-        // Ends once stopped, and also when a later Start() has its own worker, so one timer
-        // never runs two loops.
-        if (!running || generation != mine) return;
-    }
+        // The flag is the only thing a worker tests: a worker whose timer was stopped and
+        // started again before it got here sees it up and goes on next to the new worker.
+    } while (running);
 }

@@ -114,7 +114,9 @@ QV_API int QV_SignalTower_Init(void) {
     bool ok = callDriver([&] { return d.setUsbDevice(); }, count);
     d.towerCount = ok ? count : 0;
     const int towers = std::max(d.towerCount, kInitialisedTowers);
-    for (int tower = 1; ok && tower <= towers; ++tower) {
+    // Counted in a wider type: a driver that reports INT_MAX towers must not wrap the counter.
+    for (long long next = 1; ok && next <= towers; ++next) {
+        const int tower = static_cast<int>(next);
         int ignored = 0;
         ok = callDriver([&] { return d.initIOStatus(tower, 1, 1, 1, 1, 1); }, ignored);
         // Values are remembered for towers 1 to 9 only; further towers are initialised but
@@ -175,8 +177,8 @@ QV_API int QV_SignalTower_SetIOS(int tower, int a, int b, int c) {
 
 QV_API int QV_SignalTower_SetAllIOs(int value) {
     const int towers = driver().towerCount;
-    for (int tower = 1; tower <= towers; ++tower)
-        for (int io = 1; io <= kOutputs; ++io) QV_SignalTower_SetIO(tower, io, value);
+    for (long long tower = 1; tower <= towers; ++tower)  // wider, so that INT_MAX towers end
+        for (int io = 1; io <= kOutputs; ++io) QV_SignalTower_SetIO(static_cast<int>(tower), io, value);
     return 0;
 }
 

@@ -114,7 +114,9 @@ QV_API double round(double x, unsigned digits);
  * the end of the previous callback, so the timer drifts by the callback's duration and never
  * catches up missed periods. Stop() returns at once: a worker that is waiting finishes its wait,
  * calls back once more and then ends. Keep the object alive until then; neither Stop() nor the
- * destructor waits for the worker. The tick counts callbacks since the last Stop() (Stop() sets
+ * destructor waits for the worker. A worker only ever tests the running flag: Start() after
+ * Stop(), before the previous worker has made that last call, leaves the previous worker running
+ * too, and both call back until the next Stop(). The tick counts callbacks since the last Stop() (Stop() sets
  * it to 0).
  * ========================================================================================== */
 #ifdef __cplusplus
@@ -130,9 +132,10 @@ typedef void (*QV_TimerCallback)(void* context, unsigned tick);
 
 class QV_API QV_Timer {
 public:
-    /* Interval in milliseconds; the default is 1000. */
+    /* Interval in milliseconds; the default is 1000. An int converts to a timer with that
+     * interval (QV_Timer timer = 250;). */
     QV_Timer();
-    explicit QV_Timer(int interval);
+    QV_Timer(int interval);
     /* Copies every member, the running flag and the tick included; the copy shares the worker
      * thread's handle but no worker runs for it. */
     QV_Timer(const QV_Timer& other);
@@ -176,10 +179,6 @@ private:
     std::atomic<std::int32_t> interval;
     std::atomic<Deadline> deadline; /* written by the worker, read whole */
     std::shared_ptr<boost::thread> thread;
-    /* Number of the latest Start(): a worker started earlier ends after its current period even
-     * when the timer was started again before that worker woke, so one timer never has two
-     * loops. */
-    std::atomic<std::uint32_t> generation;
 };
 #endif /* __cplusplus */
 

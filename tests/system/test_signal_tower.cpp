@@ -144,6 +144,14 @@ TEST_F(SignalTower, InitInitialisesAtLeastEightTowersAndClearsValues) {
     // Towers beyond 9 are counted but cannot be set.
     EXPECT_EQ(QV_SignalTower_SetIO(10, 1, 1), -5);
     EXPECT_FAILED(1, -5, "QV_SignalTower_SetIO", "device id is invalid");
+
+    // Only the towers that are initialised are cleared: with two found, towers 1 to 8.
+    ASSERT_EQ(QV_SignalTower_SetIO(9, 1, 5), 0);
+    ASSERT_EQ(QV_SignalTower_SetIO(8, 1, 4), 0);
+    configure(2, 1, 0);
+    EXPECT_EQ(QV_SignalTower_Init(), 0);
+    EXPECT_EQ(rememberedValue(8, 1), 0);
+    EXPECT_EQ(rememberedValue(9, 1), 5);
 }
 
 TEST_F(SignalTower, SetIOChecksInOrderThenCallsTheDriver) {
