@@ -211,6 +211,15 @@ TEST_F(Filter, LaplaceAndSharpenOnABrightPixel) {
     EXPECT_EQ(QV_ImageProcessing_SharpenImage(pixel8.get(), out8.get()), 0);
     EXPECT_TRUE(pixelsAre(out8, [](int r, int c) { return (std::abs(r - 3) <= 1 && std::abs(c - 3) <= 1) ? 100 : 0; }));
 
+    // Over a region of interest the Laplacian's temporary has the region's size, and the sum
+    // fills a destination of that size.
+    Image wide = make(9, 8, IPL_DEPTH_16S);
+    put(wide, 4, 4, 100);
+    cvSetImageROI(wide.get(), cvRect(1, 1, 7, 7));
+    Image regionOut = make(7, 7, IPL_DEPTH_16S, 55);
+    EXPECT_EQ(QV_ImageProcessing_SharpenImage(wide.get(), regionOut.get()), 0);
+    EXPECT_TRUE(pixelsAre(regionOut, [&](int r, int c) { return at(pixel, r, c) + laplacian(r, c); }));
+
     // A constant image has no Laplacian, up to the border (which OpenCV replicates).
     Image flat = make(5, 4, IPL_DEPTH_16S, 321), flatOut = make(5, 4, IPL_DEPTH_16S, 9);
     EXPECT_EQ(QV_ImageProcessing_Laplace(flat.get(), flatOut.get()), 0);
