@@ -126,6 +126,17 @@ struct Gate {
     void release() { open = true; }
 };
 
+// Starts `timer` with `rec` attached and its first call (tick 0) held at `gate`, and waits until
+// the worker is inside that call: from then on the worker writes nothing until the gate opens.
+void startHeldInFirstCall(QV_Timer& timer, Recorder& rec, Gate& gate) {
+    rec.hook = [&gate](unsigned tick) {
+        if (tick == 0) gate.wait();
+    };
+    rec.attach(timer);
+    timer.Start();
+    ASSERT_TRUE(eventually([&] { return gate.entered.load(); }));
+}
+
 // Ends a test's timer however the test left it: opens its gate and joins its latest worker,
 // so that no worker outlives the timer or the recorder.
 struct Cleanup {
@@ -188,15 +199,10 @@ TEST(PeriodicTimer, CountsTicksWithoutCallback) {
 TEST(PeriodicTimer, StopDuringCallbackEndsAfterItAndRestartContinuesFromOne) {
     Recorder rec;
     Gate gate;
-    rec.hook = [&](unsigned tick) {
-        if (tick == 0) gate.wait();
-    };
     QV_Timer timer(10);
     Cleanup cleanup{timer, &gate};
-    rec.attach(timer);
-    timer.Start();
+    ASSERT_NO_FATAL_FAILURE(startHeldInFirstCall(timer, rec, gate));
     const Worker worker = TimerAccess::worker(timer);
-    ASSERT_TRUE(eventually([&] { return gate.entered.load(); }));
     timer.Stop();
     EXPECT_EQ(TimerAccess::tick(timer), 0u);
     gate.release();
@@ -360,14 +366,9 @@ TEST(PeriodicTimer, PeriodLastsIntervalPlusCallbackTime) {
 TEST(PeriodicTimer, CopiesShareStateAndWorkerHandle) {
     Recorder rec;
     Gate gate;
-    rec.hook = [&](unsigned tick) {
-        if (tick == 0) gate.wait();
-    };
     QV_Timer timer(20);
     Cleanup cleanup{timer, &gate};
-    rec.attach(timer);
-    timer.Start();
-    ASSERT_TRUE(eventually([&] { return gate.entered.load(); }));  // the worker now writes nothing
+    ASSERT_NO_FATAL_FAILURE(startHeldInFirstCall(timer, rec, gate));  // the worker now writes nothing
     const Worker worker = TimerAccess::worker(timer);
     {
         QV_Timer copy(timer);
